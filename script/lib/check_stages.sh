@@ -1,0 +1,165 @@
+# Sourced by script/check. One function per stage: it prints to the stage's log and fails, or leaves one line in
+# $logs/STAGE.remark for the stage's line.
+
+remark() { printf '%s' "$2" >"$logs/$1.remark"; }
+
+# our_files PATTERN...: files of this checkout, committed or not, without what is ignored.
+our_files() {
+    if git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
+        git ls-files --cached --others --exclude-standard -- "$@" | sort -u |
+            while IFS= read -r file; do if [[ -f "$file" ]]; then printf '%s\n' "$file"; fi; done
+    else
+        # An exported tree has no build products but those below build/.
+        local -a names=()
+        local pattern
+        for pattern in "$@"; do names+=(-o -path "./${pattern}"); done
+        find . -path ./build -prune -o -path ./.git -prune -o -type f \( "${names[@]:1}" \) -print |
+            sed 's#^\./##' | sort
+    fi
+}
+
+our_sources() { our_files '*.cpp' '*.h' '*.mm'; }
+
+# A database of LeakSanitizer's or the others' exceptions does not exist on purpose: a finding is mended.
+sanitizer_environment() {
+    local symbolizer=/usr/bin/llvm-symbolizer-19
+    export ASAN_OPTIONS="detect_leaks=1:halt_on_error=1:detect_stack_use_after_return=1:strict_string_checks=1"
+    export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
+    export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
+    if [[ -x "$symbolizer" ]]; then
+        export ASAN_SYMBOLIZER_PATH="$symbolizer" UBSAN_SYMBOLIZER_PATH="$symbolizer"
+        TSAN_OPTIONS+=":external_symbolizer_path=$symbolizer"
+    fi
+}
+
+# sanitized_tests PRESET: builds the preset and runs its tests.
+sanitized_tests() {
+    sanitizer_environment
+    cmake --preset "$1"
+    # The build runs each test program once, to list its cases, so it needs the same surroundings as the tests.
+    without_aslr cmake --build --preset "$1"
+    rm -f "$logs/$1.xml"
+    local status=0
+    without_aslr ctest --test-dir "build/$1" --parallel 2 --timeout 300 --output-on-failure --no-tests=error \
+        --output-junit "$logs/$1.xml" || status=$?
+    printf '\n'
+    "$python" script/lib/test_report.py "$logs/$1.xml" | tee "$logs/$1.txt"
+    local passed failed
+    read -r passed _ failed _ < <(tail -n 1 "$logs/$1.txt")
+    remark "$1" "$passed tests passed, $failed failed"
+    ((status == 0 && failed == 0))
+}
+
+stage_asan() { sanitized_tests asan; }
+stage_tsan() { sanitized_tests tsan; }
+
+configure_clang() { cmake --preset release -B build/clang -D CMAKE_CXX_COMPILER=clang++-19; }
+
+# What an installation holds: these programs and nothing of the lab.
+installed_programs=(bin/quillbay-agent libexec/quillbay/dns-sd)
+
+stage_clang() {
+    configure_clang
+    cmake --build build/clang
+    local prefix="build/clang/installed" found
+    rm -rf "$prefix"
+    cmake --install build/clang --prefix "$prefix"
+    found="$(cd "$prefix" && find . -type f | sed 's#^\./##' | sort)"
+    if [[ "$found" != "$(printf '%s\n' "${installed_programs[@]}" | sort)" ]]; then
+        printf 'cmake --install left:\n%s\nexpected were:\n' "$found"
+        printf '%s\n' "${installed_programs[@]}"
+        remark clang "the installation is not what it should be"
+        return 1
+    fi
+    "$prefix/bin/quillbay-agent" --version
+}
+
+stage_format() {
+    local -a files wrong=()
+    mapfile -t files < <(our_sources)
+    local file
+    for file in "${files[@]}"; do
+        if ! clang-format-19 --dry-run -Werror "$file" >/dev/null 2>&1; then wrong+=("$file"); fi
+    done
+    remark format "${#files[@]} files, ${#wrong[@]} of them not formatted"
+    if ((${#wrong[@]})); then
+        printf 'To be formatted with clang-format-19 -i:\n'
+        printf '  %s\n' "${wrong[@]}"
+    fi
+    ((${#files[@]} > 0 && ${#wrong[@]} == 0))
+}
+
+# The analysis needs no object files, but what the build generates and the flags of each file.
+stage_tidy() {
+    configure_clang >/dev/null
+    local -a databases=(build/clang)
+    # The fuzz targets are built by the sanitizers' configuration alone.
+    cmake --preset asan >/dev/null
+    databases+=(build/asan)
+    "$python" script/lib/tidy.py --jobs "$(nproc)" --remark "$logs/tidy.remark" "${databases[@]}"
+}
+
+# One target's turn: its corpus, then the runs, each with a bound on time, memory and input.
+fuzz_one() {
+    local program="$1" runs="$2" seconds="$3" name corpus scratch
+    name="$(basename "$program")"
+    corpus="fuzz/corpus/${name#fuzz_}"
+    [[ -n "$(find "$corpus" -type f -print -quit 2>/dev/null)" ]] || {
+        printf '%s: %s has no corpus\n' "$name" "$corpus"
+        return 1
+    }
+    # New inputs go to a folder of their own: a check does not change the checkout.
+    scratch="$(mktemp -d)"
+    mkdir -p "$logs/fuzz"
+    local status=0
+    "$program" "$scratch" "$corpus" -runs="$runs" -max_total_time="$seconds" -seed=1 -timeout=10 \
+        -rss_limit_mb=2048 -max_len=16384 -print_final_stats=1 -artifact_prefix="$logs/fuzz/$name-" || status=$?
+    rm -rf "$scratch"
+    return "$status"
+}
+
+stage_fuzz() {
+    sanitizer_environment
+    cmake --preset asan
+    cmake --build --preset asan --target fuzzers
+    local -a programs
+    mapfile -t programs < <(find build/asan/bin -name 'fuzz_*' -type f -perm -u+x | sort)
+    local listed
+    listed="$(grep -c '^quillbay_fuzzer(' fuzz/CMakeLists.txt)"
+    if ((${#programs[@]} != listed)); then
+        printf 'There are %d fuzz programs for %d targets: remove what is left over in build/asan/bin.\n' \
+            "${#programs[@]}" "$listed"
+        return 1
+    fi
+    local program bad=()
+    for program in "${programs[@]}"; do
+        fuzz_one "$program" "${QUILLBAY_FUZZ_RUNS:-100000}" "${QUILLBAY_FUZZ_SECONDS:-20}" ||
+            bad+=("$(basename "$program")")
+    done
+    remark fuzz "${#programs[@]} targets${bad[*]:+, a finding in: ${bad[*]}}"
+    ((${#bad[@]} == 0))
+}
+
+stage_mac() {
+    if [[ ! -x script/check-mac ]]; then
+        remark mac "script/check-mac is missing"
+        return 1
+    fi
+    script/check-mac
+}
+
+stage_structure() { "$python" script/lib/structure.py; }
+
+stage_scripts() {
+    local -a scripts
+    mapfile -t scripts < <(our_files 'script/*' '.ci/*' 'lab/*' 'packaging/*' 'bench/*' |
+        while IFS= read -r file; do
+            if [[ "$file" == *.sh ]] || head -c 64 "$file" | grep -qaE '^#!.*\b(ba)?sh\b'; then
+                printf '%s\n' "$file"
+            fi
+        done)
+    remark scripts "${#scripts[@]} scripts"
+    # Where a file is sourced from is computed, which shellcheck cannot follow, and what it leaves in variables is used
+    # by the one that sources it.
+    shellcheck --shell=bash --exclude=SC1090,SC1091,SC2034,SC2154 "${scripts[@]}"
+}

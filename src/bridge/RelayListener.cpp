@@ -1,0 +1,120 @@
+#include "bridge/RelayListener.h"
+
+#include <boost/asio/post.hpp>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "bridge/RelayBindError.h"
+#include "platform/Sockets.h"
+
+namespace quillbay {
+
+/// The meeting point of a thread that waits for a listener and the loop that opens it. Whoever comes second sees what
+/// the first one did: a listener that is ready too late is closed, and one that was stored was waited for.
+class RelayListener::BlockingStart {
+ public:
+    /// On the loop. Returns false when nobody waits any more.
+    bool ready() {
+        const std::lock_guard lock(mutex_);
+        if (state_ == State::abandoned) return false;
+        state_ = State::ready;
+        changed_.notify_one();
+        return true;
+    }
+
+    void failed(std::exception_ptr error) {
+        const std::lock_guard lock(mutex_);
+        error_ = std::move(error);
+        changed_.notify_one();
+    }
+
+    void wait(std::chrono::milliseconds timeout) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, timeout, [this] { return error_ != nullptr || state_ == State::ready; });
+        if (error_) std::rethrow_exception(error_);
+        if (state_ == State::ready) return;
+        state_ = State::abandoned;
+        throw RelayBindError::timedOut();
+    }
+
+ private:
+    enum class State { pending, ready, abandoned };
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    State state_ = State::pending;
+    std::exception_ptr error_;
+};
+
+RelayListener::RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+                             RelayErrorCallback onError)
+    : loop_(loop),
+      localIP_(std::move(localIP)),
+      localPort_(localPort),
+      onError_(std::move(onError)),
+      socket_(loop) {}
+
+void RelayListener::start() {
+    static_cast<void>(ipv4Endpoint(localIP_, localPort_));  // throws for what can be no address of a listener
+    boost::asio::post(loop_, [self = shared_from_this()] { self->openAndListen(); });
+}
+
+void RelayListener::openAndListen() {
+    if (stopped_) return;
+    try {
+        adopt(open(localIP_, localPort_));
+        listen();
+    } catch (...) {
+        fail(std::current_exception());
+    }
+}
+
+void RelayListener::adopt(UniqueDescriptor opened) {
+    const std::uint16_t port = localPort_ != 0 ? localPort_ : quillbay::boundPort(opened.get());
+    socket_.adopt(std::move(opened));
+    port_ = port;
+}
+
+void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
+    const auto meeting = std::make_shared<BlockingStart>();
+    boost::asio::post(loop_, [self = shared_from_this(), meeting] {
+        if (self->stopped_) return;
+        try {
+            self->adopt(self->open(self->localIP_, self->localPort_));
+            self->listen();
+            if (!meeting->ready()) self->end();
+        } catch (...) {
+            self->end();
+            meeting->failed(std::current_exception());
+        }
+    });
+    meeting->wait(timeout);
+}
+
+void RelayListener::stop() {
+    stopped_ = true;
+    boost::asio::post(loop_, [self = shared_from_this()] {
+        self->end();
+        self->cancelConnections();
+    });
+}
+
+void RelayListener::abandon() {
+    stopped_ = true;
+    boost::asio::post(loop_, [self = shared_from_this()] {
+        self->end();
+        self->forgetConnections();
+    });
+}
+
+void RelayListener::end() {
+    port_ = 0;
+    socket_.close();
+}
+
+void RelayListener::fail(const std::exception_ptr& error) {
+    end();
+    if (!stopped_) onError_(error);
+}
+
+}  // namespace quillbay

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <atomic>
+#include <boost/asio/io_context.hpp>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "bridge/RelayErrorCallback.h"
+#include "bridge/WatchedSocket.h"
+#include "platform/UniqueDescriptor.h"
+
+namespace quillbay {
+
+/// What both kinds of relay have in common: a socket on one local address and port, how it is opened, and how it ends.
+///
+/// The socket and all that comes of it live on the loop of the local port. The members that may be called on any thread
+/// only post to it, so a socket that is closed is closed before the next one on the same port is opened.
+class RelayListener : public std::enable_shared_from_this<RelayListener> {
+ public:
+    RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+                  RelayErrorCallback onError);
+    virtual ~RelayListener() = default;
+    RelayListener(const RelayListener&) = delete;
+    RelayListener& operator=(const RelayListener&) = delete;
+
+    // Any thread:
+
+    /// Opens the socket later; what goes wrong then is told to `onError`. Throws when it cannot be opened at all.
+    void start();
+    /// Opens the socket and waits for the result. Not to be called on the loop.
+    void startBlocking(std::chrono::milliseconds timeout);
+    /// Closes the socket and cancels all connections. A start that has not happened yet does not happen.
+    void stop();
+    /// Closes the socket and forgets the connections, which end by themselves.
+    void abandon();
+
+    [[nodiscard]] bool stopped() const { return stopped_; }
+    [[nodiscard]] std::uint16_t port() const { return port_; }
+
+ protected:
+    // On the loop:
+
+    virtual UniqueDescriptor open(const std::string& address, std::uint16_t port) = 0;
+    /// The socket is open: waits for clients.
+    virtual void listen() = 0;
+    virtual void cancelConnections() = 0;
+    virtual void forgetConnections() = 0;
+
+    /// The listener has failed; it is closed. Connections stay.
+    void fail(const std::exception_ptr& error);
+
+    boost::asio::io_context& loop() { return loop_; }
+    WatchedSocket& socket() { return socket_; }
+
+ private:
+    class BlockingStart;
+    void openAndListen();
+    void adopt(UniqueDescriptor opened);
+    void end();
+
+    boost::asio::io_context& loop_;
+    const std::string localIP_;
+    const std::uint16_t localPort_;
+    const RelayErrorCallback onError_;
+    WatchedSocket socket_;
+    std::atomic<std::uint16_t> port_ = 0;
+    std::atomic<bool> stopped_ = false;
+};
+
+}  // namespace quillbay

@@ -1,0 +1,175 @@
+#include "bridge/TCPPair.h"
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <utility>
+
+#include "bridge/ReceiveBuffer.h"
+
+namespace quillbay {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A receiver that takes nothing for this long while its sender is gone already will not take anything.
+constexpr auto stalledLimit = 30s;
+// What a well-behaved peer needs to see the end and close is a round trip, also over a slow tunnel.
+constexpr auto drainLimit = 1500ms;
+// A peer that goes on sending into a connection that is closed has what it deserves.
+constexpr std::size_t drainLimitBytes = 4 * 1024 * 1024;
+constexpr int drainReceivesPerTurn = 16;
+
+int takeSocketError(int descriptor) {
+    int error = 0;
+    socklen_t length = sizeof error;
+    return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) == 0 ? error : errno;
+}
+
+}  // namespace
+
+TCPPair::TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner)
+    : loop_(loop),
+      owner_(std::move(owner)),
+      client_(loop),
+      phone_(loop),
+      toPhone_(client_, phone_),
+      toClient_(phone_, client_) {
+    toClient_.openDestination();
+}
+
+void TCPPair::adopt(UniqueDescriptor client, UniqueDescriptor phone) {
+    client_.adopt(std::move(client));
+    phone_.adopt(std::move(phone));
+}
+
+void TCPPair::start(const SocketAddress* phoneAddress) {
+    if (phoneAddress == nullptr) return close();
+    const int failed = ::connect(phone_.get(), phoneAddress->get(), phoneAddress->size());
+    if (failed != 0 && errno != EINPROGRESS && errno != EINTR) return close();
+    phone_.whenWritable([self = shared_from_this()] { self->connected(); });
+    proceed();
+}
+
+void TCPPair::connected() {
+    if (state_ != State::connecting) return;
+    if (takeSocketError(phone_.get()) != 0) return close();
+    state_ = State::open;
+    toPhone_.openDestination();
+    toPhone_.flush();
+    proceed();
+}
+
+void TCPPair::received(TCPDirection& direction) {
+    direction.receiveArmed = false;
+    if (state_ == State::closing || state_ == State::closed || other(direction).ended()) return;
+    direction.receive();
+    proceed();
+}
+
+void TCPPair::writable(TCPDirection& direction) {
+    direction.sendArmed = false;
+    if (state_ == State::closing || state_ == State::closed) return;
+    if (direction.flush()) deadline_.reset();
+    proceed();
+}
+
+void TCPPair::proceed() {
+    if (isOver()) return close();
+    arm(toPhone_, client_, phone_);
+    if (state_ == State::open) arm(toClient_, phone_, client_);
+    const bool relayIsGone = owner_.expired();
+    const bool waiting = toPhone_.receiveArmed || toPhone_.sendArmed || toClient_.receiveArmed ||
+                         toClient_.sendArmed || state_ == State::connecting;
+    if (relayIsGone && !waiting) return close();
+    const bool ending = toPhone_.ended() || toClient_.ended() || toPhone_.broken() || toClient_.broken();
+    if (ending && !deadline_) setDeadline(stalledLimit, [](TCPPair& self) { self.close(); });
+}
+
+bool TCPPair::isOver() const {
+    // An end is not passed on for one direction alone: it is the end of both. A side that takes no more may have sent
+    // something before it went, so that alone is not the end yet: the other direction runs into it.
+    return toPhone_.delivered() || toClient_.delivered() || (toPhone_.broken() && toClient_.broken());
+}
+
+void TCPPair::arm(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination) {
+    if (direction.wantsToSend() && !direction.sendArmed) {
+        direction.sendArmed = true;
+        destination.whenWritable([self = shared_from_this(), &direction] { self->writable(direction); });
+    }
+    const bool last = owner_.expired() || other(direction).ended();
+    if (direction.wantsToReceive() && !direction.receiveArmed && !last) {
+        direction.receiveArmed = true;
+        source.whenReadable([self = shared_from_this(), &direction] { self->received(direction); });
+    }
+}
+
+void TCPPair::close() {
+    if (state_ == State::closing || state_ == State::closed) return;
+    const auto self = shared_from_this();  // the owner may hold the only other reference
+    const bool phoneIsConnected = state_ == State::open;
+    state_ = State::closing;
+    if (const auto owner = owner_.lock()) owner->pairEnded(*this);
+    if (!phoneIsConnected) phone_.close();
+    setDeadline(drainLimit, [](TCPPair& pair) {
+        pair.client_.close();
+        pair.phone_.close();
+        pair.finishWhenDrained();
+    });
+    for (WatchedSocket* socket : {&client_, &phone_}) {
+        if (!socket->isOpen()) continue;
+        ::shutdown(socket->get(), SHUT_WR);
+        drain(*socket);
+    }
+    finishWhenDrained();
+}
+
+void TCPPair::drain(WatchedSocket& socket) {
+    if (!socket.isOpen()) return;
+    ReceiveBuffer& buffer = receiveBuffer();
+    for (int round = 0; round < drainReceivesPerTurn; ++round) {
+        const ssize_t count = ::recv(socket.get(), buffer.data(), buffer.size(), 0);
+        if (count > 0) drainedBytes_ += static_cast<std::size_t>(count);
+        const bool nothingYet = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+        if ((count <= 0 && !nothingYet) || drainedBytes_ > drainLimitBytes) return socket.close();
+        if (nothingYet) break;
+    }
+    socket.whenReadable([self = shared_from_this(), &socket] {
+        self->drain(socket);
+        self->finishWhenDrained();
+    });
+}
+
+void TCPPair::finishWhenDrained() {
+    if (state_ == State::closed || client_.isOpen() || phone_.isOpen()) return;
+    state_ = State::closed;
+    deadline_.reset();
+    if (const auto owner = owner_.lock()) owner->pairClosed(*this);
+}
+
+void TCPPair::cancel() {
+    state_ = State::closed;
+    deadline_.reset();
+    for (WatchedSocket* socket : {&client_, &phone_}) {
+        if (!socket->isOpen()) continue;
+        // What is unread now would turn the close into a reset; what comes later may.
+        ::shutdown(socket->get(), SHUT_WR);
+        for (int round = 0; round < drainReceivesPerTurn; ++round) {
+            if (::recv(socket->get(), receiveBuffer().data(), receiveLimitBytes, 0) <= 0) break;
+        }
+        socket->close();
+    }
+}
+
+template <typename Action>
+void TCPPair::setDeadline(std::chrono::milliseconds limit, Action action) {
+    deadline_.emplace(loop_, limit);
+    deadline_->async_wait([weak = weak_from_this(), action](const boost::system::error_code& error) {
+        const auto self = weak.lock();
+        if (!error && self) action(*self);
+    });
+}
+
+}  // namespace quillbay

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <optional>
+
+#include "bridge/SocketAddress.h"
+#include "bridge/TCPDirection.h"
+#include "bridge/WatchedSocket.h"
+#include "platform/UniqueDescriptor.h"
+
+namespace quillbay {
+
+class TCPPair;
+
+/// The relay, as its pairs see it.
+class TCPPairOwner {
+ public:
+    /// Once for each pair that was not cancelled by the owner itself, when it takes no further part in the traffic.
+    virtual void pairEnded(TCPPair& pair) = 0;
+    /// Once, after `pairEnded`: its sockets are closed.
+    virtual void pairClosed(TCPPair& pair) = 0;
+
+ protected:
+    ~TCPPairOwner() = default;
+};
+
+/// A client and its connection to the phone.
+///
+///     start ──► connecting ──────────► open ──────────► ending ─────────► closing ─────────► closed
+///               client's bytes are     both             one side has      both shut down     sockets
+///               held, at most 1 MiB    directions       ended; what it    for sending; what  closed
+///                    │                 copy             sent is going     comes is dropped
+///                    │                   │              to the other          ▲
+///                    │                   │                   │                │
+///                    └─ phone refused ───┴─ other side gone ─┴────────────────┘
+///
+///     deadlines: connecting — the kernel's own; open — none; ending — `stalledLimit` without a byte taken, counted
+///     anew after each; closing — `drainLimit` in all, and `drainLimitBytes`.
+///
+/// Draining is what keeps the end of a delivery whole: closing a socket that has unread bytes, or gets some later,
+/// resets the connection, and the reset overtakes what the receiver has not read yet.
+///
+/// Lives on its relay's loop. The relay holds it until it is closed; each wait that is under way holds it too, and it
+/// holds the relay weakly: when that is gone, each receive that completes is the last of its direction, and the pair
+/// closes with the last of both. `cancel` closes everything at once.
+class TCPPair : public std::enable_shared_from_this<TCPPair> {
+ public:
+    TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner);
+
+    /// Takes both sockets and connects the second one. `client` is accepted, `phone` fresh.
+    /// Throws std::system_error when the loop cannot watch them; the pair is to be dropped then.
+    void adopt(UniqueDescriptor client, UniqueDescriptor phone);
+    void start(const SocketAddress* phoneAddress);
+
+    /// Closes both sockets now, without a word to the owner.
+    void cancel();
+
+    /// The bytes that are held for both sides.
+    [[nodiscard]] std::size_t heldBytes() const { return toPhone_.heldBytes() + toClient_.heldBytes(); }
+
+    /// Where the owner keeps the pair.
+    std::list<std::shared_ptr<TCPPair>>::iterator position;
+
+ private:
+    enum class State { connecting, open, closing, closed };
+
+    TCPDirection& other(const TCPDirection& direction) { return &direction == &toPhone_ ? toClient_ : toPhone_; }
+    void connected();
+    void received(TCPDirection& direction);
+    void writable(TCPDirection& direction);
+    /// Decides what comes next, after anything has happened.
+    void proceed();
+    void arm(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination);
+    bool isOver() const;
+    void close();
+    void drain(WatchedSocket& socket);
+    void finishWhenDrained();
+    template <typename Action>
+    void setDeadline(std::chrono::milliseconds limit, Action action);
+
+    boost::asio::io_context& loop_;
+    std::weak_ptr<TCPPairOwner> owner_;
+    WatchedSocket client_;
+    WatchedSocket phone_;
+    TCPDirection toPhone_;
+    TCPDirection toClient_;
+    State state_ = State::connecting;
+    std::size_t drainedBytes_ = 0;
+    // Only while it is needed: most pairs never have one.
+    std::optional<boost::asio::steady_timer> deadline_;
+};
+
+}  // namespace quillbay

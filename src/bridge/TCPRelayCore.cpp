@@ -1,0 +1,124 @@
+#include "bridge/TCPRelayCore.h"
+
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "platform/PrintedError.h"
+#include "platform/Sockets.h"
+
+namespace quillbay {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A hundred tries in ten seconds cost nothing, and a client hardly notices a tenth of a second.
+constexpr auto retryInterval = 100ms;
+constexpr int acceptsPerTurn = 64;
+
+bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
+
+bool isFailureOfListener(int error) {
+    return error == EBADF || error == EINVAL || error == ENOTSOCK || error == EOPNOTSUPP || error == EFAULT;
+}
+
+}  // namespace
+
+TCPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+                     const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError)
+    : RelayListener(loop, std::move(localIP), localPort, std::move(onError)),
+      phone_(SocketAddress::numeric(remoteHost, remotePort)) {}
+
+UniqueDescriptor TCPRelay::Core::open(const std::string& address, std::uint16_t port) {
+    return listenTCP(address, port);
+}
+
+void TCPRelay::Core::listen() {
+    socket().whenReadable([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) static_cast<Core&>(*self).accept();
+    });
+}
+
+void TCPRelay::Core::accept() {
+    if (!socket().isOpen()) return;
+    if (parkedClient_.valid() && !serve(std::move(parkedClient_))) return tryLater();
+    for (int round = 0; round < acceptsPerTurn; ++round) {
+        switch (acceptOne()) {
+            case Accepted::yes:
+                break;
+            case Accepted::nobodyWaits:
+                return listen();
+            case Accepted::noRoom:
+                return tryLater();
+            case Accepted::listenerFailed:
+                return;
+        }
+    }
+    listen();
+}
+
+TCPRelay::Core::Accepted TCPRelay::Core::acceptOne() {
+    int error = 0;
+    UniqueDescriptor client = acceptConnection(socket().get(), error);
+    if (client.valid()) return serve(std::move(client)) ? Accepted::yes : Accepted::noRoom;
+    if (error == EAGAIN || error == EWOULDBLOCK) return Accepted::nobodyWaits;
+    if (isShortage(error)) return Accepted::noRoom;
+    if (!isFailureOfListener(error)) return Accepted::yes;  // one client that went before it was served
+    fail(std::make_exception_ptr(systemError(error)));
+    return Accepted::listenerFailed;
+}
+
+bool TCPRelay::Core::serve(UniqueDescriptor client) {
+    UniqueDescriptor outbound;
+    try {
+        outbound = openSocket(phone_ ? phone_->family() : AF_INET, SOCK_STREAM);
+    } catch (const std::system_error&) {
+        parkedClient_ = std::move(client);
+        return false;
+    }
+    const auto self = std::static_pointer_cast<Core>(shared_from_this());
+    const auto pair = std::make_shared<TCPPair>(loop(), std::weak_ptr<TCPPairOwner>(self));
+    try {
+        pair->adopt(std::move(client), std::move(outbound));
+    } catch (const std::system_error&) {
+        return false;  // the loop watches as many sockets as the system allows: this client is lost
+    }
+    ++activePairs_;
+    pair->position = pairs_.insert(pairs_.end(), pair);
+    pair->start(phone_ ? &*phone_ : nullptr);
+    return true;
+}
+
+void TCPRelay::Core::tryLater() {
+    retry_ = std::make_unique<boost::asio::steady_timer>(loop(), retryInterval);
+    retry_->async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+        const auto self = weak.lock();
+        if (error || !self) return;
+        auto& core = static_cast<Core&>(*self);
+        core.retry_.reset();
+        core.accept();
+    });
+}
+
+void TCPRelay::Core::pairEnded(TCPPair& /*pair*/) { --activePairs_; }
+
+void TCPRelay::Core::pairClosed(TCPPair& pair) { pairs_.erase(pair.position); }
+
+void TCPRelay::Core::cancelConnections() {
+    retry_.reset();
+    parkedClient_.reset();
+    const auto pairs = std::exchange(pairs_, {});
+    activePairs_ = 0;
+    for (const auto& pair : pairs) pair->cancel();
+}
+
+void TCPRelay::Core::forgetConnections() {
+    retry_.reset();
+    parkedClient_.reset();
+    pairs_.clear();
+}
+
+}  // namespace quillbay

@@ -1,0 +1,7 @@
+#include "core/Version.h"
+
+namespace quillbay {
+
+const char* applicationVersion() { return QUILLBAY_VERSION; }
+
+}  // namespace quillbay

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace quillbay {
+
+/// The version of this program: dotted numbers, "0.0.0" for a build without one.
+const char* applicationVersion();
+
+}  // namespace quillbay

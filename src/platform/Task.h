@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+namespace quillbay {
+
+/// A piece of work that a queue runs once.
+using Task = std::function<void()>;
+
+}  // namespace quillbay

@@ -1,0 +1,32 @@
+#include <sys/socket.h>
+
+#include <cerrno>
+
+#include "platform/PrintedError.h"
+#include "platform/Sockets.h"
+#include "platform/posix/SystemSockets.h"
+
+namespace quillbay {
+
+UniqueDescriptor openSocket(int family, int type) {
+    UniqueDescriptor opened(::socket(family, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!opened.valid()) throw systemError(errno);
+    return opened;
+}
+
+UniqueDescriptor acceptConnection(int listener, int& error) {
+    UniqueDescriptor accepted(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    error = accepted.valid() ? 0 : errno;
+    return accepted;
+}
+
+// Address reuse would let two programs share the port here; a closed port is free at once without it.
+int prepareDatagramBind(int /*descriptor*/) {
+    return 0;
+}
+
+int noSignalFlag() {
+    return MSG_NOSIGNAL;
+}
+
+}  // namespace quillbay

@@ -1,0 +1,30 @@
+#include <mach-o/dyld.h>
+
+#include <cstdint>
+#include <string>
+
+#include "platform/HostTools.h"
+
+namespace quillbay {
+
+namespace fs = std::filesystem;
+
+HostTools HostTools::system(const fs::path& /*programDirectory*/) {
+    HostTools tools;
+    tools.dnsSD.executable = "/usr/bin/dns-sd";
+    tools.logFollower = {"/usr/bin/log", logStreamArguments()};
+    tools.xcrun.executable = "/usr/bin/xcrun";
+    tools.ps.executable = "/bin/ps";
+    tools.zip.executable = "/usr/bin/zip";
+    return tools;
+}
+
+fs::path programDirectory() {
+    std::uint32_t size = 0;
+    _NSGetExecutablePath(nullptr, &size);  // fails, and says how long the path is
+    std::string path(size, '\0');
+    _NSGetExecutablePath(path.data(), &size);
+    return fs::canonical(path.c_str()).parent_path();
+}
+
+}  // namespace quillbay

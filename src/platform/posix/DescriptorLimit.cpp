@@ -1,0 +1,46 @@
+#include "platform/DescriptorLimit.h"
+
+#include <mutex>
+#include <optional>
+
+namespace quillbay {
+
+namespace {
+
+std::mutex originalMutex;
+std::optional<rlimit> original;
+
+rlimit currentLimit() {
+    rlimit limit{};
+    // Cannot fail: the resource exists and the address is good.
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    return limit;
+}
+
+}  // namespace
+
+rlim_t raiseDescriptorLimit() {
+    const rlimit before = currentLimit();
+    {
+        const std::lock_guard lock(originalMutex);
+        if (!original) original = before;
+    }
+    rlimit wanted = before;
+    wanted.rlim_cur = before.rlim_max;
+    if (before.rlim_cur == wanted.rlim_cur || ::setrlimit(RLIMIT_NOFILE, &wanted) == 0)
+        return currentLimit().rlim_cur;
+    // The Mac refuses "unlimited" and has no constant for what it does take.
+    constexpr rlim_t highest = rlim_t{1} << 20U;
+    for (rlim_t soft = highest; soft > before.rlim_cur; soft /= 2) {
+        wanted.rlim_cur = soft;
+        if (::setrlimit(RLIMIT_NOFILE, &wanted) == 0) break;
+    }
+    return currentLimit().rlim_cur;
+}
+
+rlimit originalDescriptorLimit() {
+    const std::lock_guard lock(originalMutex);
+    return original ? *original : currentLimit();
+}
+
+}  // namespace quillbay

@@ -1,0 +1,75 @@
+#include "profile/DeviceProfileStore.h"
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+
+#include "platform/Files.h"
+#include "platform/JSONValue.h"
+#include "profile/DeviceProfileJSON.h"
+
+namespace quillbay {
+
+namespace {
+
+std::vector<DeviceProfile> readProfiles(const std::filesystem::path& path) {
+    const std::optional<std::string> document = readFile(path, DeviceProfileStore::maxFileBytes);
+    if (!document) return {};
+    try {
+        return decodeProfiles(*document);
+    } catch (const JSONError&) {
+        // Half a list would silently lose the other phones at the next change; an empty one is seen at once.
+        return {};
+    }
+}
+
+}  // namespace
+
+DeviceProfileStore::DeviceProfileStore(const FileLocations& files,
+                                       const std::string& applicationSupportSubdirectory)
+    : queue_(SerialQueue::withOwnThread("com.local.mirel.Quillbay.device-store")),
+      fileURL_(files.applicationSupport / applicationSupportSubdirectory / "devices.json") {
+    try {
+        makeDirectories(fileURL_.parent_path());
+    } catch (const std::exception&) {
+        // Without the folder the list reads as empty and cannot be kept, which is all that can be done about it.
+    }
+}
+
+std::vector<DeviceProfile> DeviceProfileStore::load() const {
+    std::vector<DeviceProfile> profiles;
+    queue_.sync([&] { profiles = readProfiles(fileURL_); });
+    return profiles;
+}
+
+void DeviceProfileStore::save(const std::vector<DeviceProfile>& profiles) const {
+    queue_.sync([&] {
+        try {
+            replaceFile(fileURL_, encodeProfiles(profiles));
+        } catch (const std::exception&) {
+            // The list on the screen stays right for this run, and the file keeps its last good content: nobody at the
+            // screen could do more about a full or read-only disk than the system's own warnings already ask for.
+        }
+    });
+}
+
+void DeviceProfileStore::upsert(const DeviceProfile& profile) const {
+    std::vector<DeviceProfile> profiles = load();
+    const std::string id = profile.id();
+    const auto existing = std::find_if(profiles.begin(), profiles.end(),
+                                       [&](const DeviceProfile& candidate) { return candidate.id() == id; });
+    if (existing != profiles.end()) {
+        *existing = profile;
+    } else {
+        profiles.push_back(profile);
+    }
+    save(profiles);
+}
+
+void DeviceProfileStore::remove(const std::string& id) const {
+    std::vector<DeviceProfile> profiles = load();
+    std::erase_if(profiles, [&](const DeviceProfile& profile) { return profile.id() == id; });
+    save(profiles);
+}
+
+}  // namespace quillbay
