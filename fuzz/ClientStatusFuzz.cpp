@@ -43,10 +43,11 @@ void readOwnTailscale(FuzzedDataProvider& input) {
         TailscaleDevice device{anyText(input), {}, input.ConsumeBool(), anyText(input)};
         while (device.tailscaleIPs.size() < 3 && input.ConsumeBool())
             device.tailscaleIPs.push_back(anyText(input));
-        peers["nodekey:" + std::to_string(expected.size())] = {{"HostName", device.hostName},
-                                                               {"DNSName", device.dnsName},
-                                                               {"TailscaleIPs", device.tailscaleIPs},
-                                                               {"Online", device.online}};
+        const std::string key = "nodekey:" + std::to_string(expected.size());
+        peers[key] = {{"HostName", device.hostName},
+                      {"DNSName", device.dnsName},
+                      {"TailscaleIPs", device.tailscaleIPs},
+                      {"Online", device.online}};
         expected.push_back(std::move(device));
     }
     const std::string document =

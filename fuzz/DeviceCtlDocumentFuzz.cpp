@@ -1,7 +1,10 @@
 // The document of the developer tools' device list, and the matching of host names: whatever it holds, it is
 // read or refused, and what was read is what a document made from it says.
 
+#include <fuzzer/FuzzedDataProvider.h>
+
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +12,7 @@
 #include "discovery/DeviceCtlJSON.h"
 #include "discovery/NamingConflict.h"
 #include "fuzz/Fuzz.h"
+#include "platform/Utf8.h"
 
 using namespace quillbay;
 using fuzz::require;
@@ -26,6 +30,33 @@ std::string documentOf(const std::vector<DeviceCtl>& devices) {
         list.push_back(std::move(entry));
     }
     return nlohmann::json{{"result", {{"devices", std::move(list)}}}}.dump();
+}
+
+std::string anyText(FuzzedDataProvider& input) {
+    const std::string bytes = input.ConsumeRandomLengthString(30);
+    return isValidUtf8(bytes) ? bytes : std::string("unreadable");
+}
+
+std::optional<std::string> anyOptionalText(FuzzedDataProvider& input) {
+    if (!input.ConsumeBool()) return std::nullopt;
+    return anyText(input);
+}
+
+void readOwnDocument(const std::uint8_t* data, std::size_t size) {
+    FuzzedDataProvider input(data, size);
+    std::vector<DeviceCtl> devices;
+    while (devices.size() < 5 && input.remaining_bytes() > 0) {
+        DeviceCtl device;
+        device.identifier = anyText(input);
+        device.udid = anyOptionalText(input);
+        device.name = anyOptionalText(input);
+        device.tunnelState = anyOptionalText(input);
+        while (device.potentialHostnames.size() < 3 && input.ConsumeBool()) {
+            device.potentialHostnames.push_back(anyText(input));
+        }
+        devices.push_back(std::move(device));
+    }
+    require(decodeDeviceCtlList(documentOf(devices)) == devices, "the devices are read as they were written");
 }
 
 void checkHostName(std::string_view host) {
@@ -50,6 +81,7 @@ void checkHostName(std::string_view host) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view bytes = fuzz::textOf(data, size);
     checkHostName(bytes);
+    readOwnDocument(data, size);
     const auto devices = decodeDeviceCtlList(bytes);
     if (!devices) return 0;
     for (const DeviceCtl& device : *devices) {

@@ -2,8 +2,8 @@
 //
 //     quillbay-lab-client get|put HOST PORT SEED BYTES
 //
-// Exit status: 0 when the digests of both ends and of the stream as it should be are equal, 1 otherwise, 2 for wrong
-// usage.
+// Exit status: 0 when the digests of both ends and of the stream as it should be are equal, 1 otherwise, 2
+// for wrong usage.
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -52,8 +52,8 @@ std::string readDigest(tcp::socket& socket) {
 }
 
 Outcome get(tcp::socket& socket, const Transfer& transfer) {
-    asio::write(socket, asio::buffer("GET " + std::to_string(transfer.seed) + " " + std::to_string(transfer.bytes) +
-                                     "\n"));
+    asio::write(socket, asio::buffer("GET " + std::to_string(transfer.seed) + " " +
+                                     std::to_string(transfer.bytes) + "\n"));
     SeededStream stream(transfer.seed);
     Sha256 hash;
     Outcome outcome;

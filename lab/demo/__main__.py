@@ -6,6 +6,7 @@ Exit status: 0 when all steps were seen, 1 when one was not, 2 when the lab coul
 number after Ctrl-C or SIGTERM.
 """
 
+import contextlib
 import os
 import signal
 import sys
@@ -58,7 +59,9 @@ def main():
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, _on_signal)
     try:
-        with Lab() as lab:
+        with contextlib.ExitStack() as stack:
+            with screen.progress("the network is made"):
+                lab = stack.enter_context(Lab())
             seen = _show(screen, Steps(lab))
     except LabError as problem:
         screen.line(f"the lab could not be made: {problem}")

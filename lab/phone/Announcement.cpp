@@ -54,7 +54,8 @@ struct Announcement::State {
         running = change == AVAHI_CLIENT_S_RUNNING;
         if (change == AVAHI_CLIENT_FAILURE) {
             if (avahi_client_errno(client) != AVAHI_ERR_DISCONNECTED) return fail();
-            // The daemon is gone, and everything that it knew of this client. A new client waits for the next one.
+            // The daemon is gone, and everything that it knew of this client. A new client waits for the next
+            // one.
             avahi_client_free(client);
             connect();
         }
@@ -69,7 +70,8 @@ struct Announcement::State {
             static_cast<State*>(self)->clientChanged(change);
         };
         int problem = 0;
-        client = avahi_client_new(avahi_threaded_poll_get(poll), AVAHI_CLIENT_NO_FAIL, changed, this, &problem);
+        client =
+            avahi_client_new(avahi_threaded_poll_get(poll), AVAHI_CLIENT_NO_FAIL, changed, this, &problem);
         if (client == nullptr) listener("failure", avahi_strerror(problem));
     }
 
@@ -82,8 +84,8 @@ struct Announcement::State {
     bool addAddress() const {
         AvahiAddress address;
         if (avahi_address_parse(record.address.c_str(), AVAHI_PROTO_INET, &address) == nullptr) return false;
-        return avahi_entry_group_add_address(group, interfaceIndex, AVAHI_PROTO_INET, AVAHI_PUBLISH_NO_REVERSE,
-                                             record.host.c_str(), &address) == 0;
+        return avahi_entry_group_add_address(group, interfaceIndex, AVAHI_PROTO_INET,
+                                             AVAHI_PUBLISH_NO_REVERSE, record.host.c_str(), &address) == 0;
     }
 
     void update() {
@@ -100,9 +102,9 @@ struct Announcement::State {
         const bool foreign = !record.host.empty() && (daemonHost == nullptr || record.host != daemonHost);
         if (foreign && !addAddress()) return fail();
         const Strings txt = stringList(record.txt);
-        if (avahi_entry_group_add_service_strlst(group, interfaceIndex, AVAHI_PROTO_INET, AvahiPublishFlags{},
-                                                 record.name.c_str(), serviceType, nullptr,
-                                                 foreign ? record.host.c_str() : nullptr, port, txt.get()) != 0 ||
+        if (avahi_entry_group_add_service_strlst(
+                group, interfaceIndex, AVAHI_PROTO_INET, AvahiPublishFlags{}, record.name.c_str(),
+                serviceType, nullptr, foreign ? record.host.c_str() : nullptr, port, txt.get()) != 0 ||
             avahi_entry_group_commit(group) != 0) {
             fail();
         }
@@ -132,7 +134,9 @@ Announcement::Announcement(Record record, Listener listener) : state_(std::make_
     }
 }
 
-Announcement::~Announcement() { state_->tearDown(); }
+Announcement::~Announcement() {
+    state_->tearDown();
+}
 
 void Announcement::publish(std::uint16_t port) {
     avahi_threaded_poll_lock(state_->poll);

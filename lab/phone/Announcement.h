@@ -10,8 +10,8 @@ namespace quillbay::lab {
 
 /// The phone's record on the local network, published by its host's own Avahi daemon.
 ///
-/// It comes back by itself after a restart of the daemon. Avahi's loop has a thread of its own; the members below are
-/// called on one other thread.
+/// It comes back by itself after a restart of the daemon. Avahi's loop has a thread of its own; the members
+/// below are called on one other thread.
 class Announcement {
  public:
     struct Record {

@@ -60,8 +60,9 @@ asio::awaitable<void> CommandInput::converse(Input input, Output answer) {
     std::string unread;
     while (true) {
         boost::system::error_code failure;
-        const auto bytes = co_await asio::async_read_until(*input, asio::dynamic_buffer(unread, longestLine), '\n',
-                                                           asio::redirect_error(asio::use_awaitable, failure));
+        const auto bytes =
+            co_await asio::async_read_until(*input, asio::dynamic_buffer(unread, longestLine), '\n',
+                                            asio::redirect_error(asio::use_awaitable, failure));
         if (failure) co_return;
         const std::string line = unread.substr(0, bytes - 1);
         unread.erase(0, bytes);

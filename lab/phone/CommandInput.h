@@ -11,9 +11,9 @@
 
 namespace quillbay::lab {
 
-/// Hands lines to the phone: from standard input, or from whoever connects to a Unix socket. Each line gets its
-/// answer, as a line, where it came from; for standard input that is standard output. One thread only; must outlive
-/// the loop's last run.
+/// Hands lines to the phone: from standard input, or from whoever connects to a Unix socket. Each line gets
+/// its answer, as a line, where it came from; for standard input that is standard output. One thread only;
+/// must outlive the loop's last run.
 class CommandInput {
  public:
     using Handler = std::function<std::string(const std::string& line)>;

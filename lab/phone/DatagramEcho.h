@@ -10,11 +10,12 @@
 
 namespace quillbay::lab {
 
-/// Sends every datagram back to where it came from. Throws boost::system::system_error when the port is taken.
-/// The gate must outlive the loop's last run.
+/// Sends every datagram back to where it came from. Throws boost::system::system_error when the port is
+/// taken. The gate must outlive the loop's last run.
 class DatagramEcho {
  public:
-    DatagramEcho(boost::asio::io_context& context, ModeGate& gate, const std::string& address, std::uint16_t port);
+    DatagramEcho(boost::asio::io_context& context, ModeGate& gate, const std::string& address,
+                 std::uint16_t port);
     ~DatagramEcho();
     DatagramEcho(const DatagramEcho&) = delete;
     DatagramEcho& operator=(const DatagramEcho&) = delete;

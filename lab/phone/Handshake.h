@@ -36,8 +36,8 @@ class FrameReader {
     bool broken_ = false;
 };
 
-/// The request in a frame's body. Nothing when any part of it is missing, mistyped or has another value than a host
-/// sends; `problem` then names the first such part.
+/// The request in a frame's body. Nothing when any part of it is missing, mistyped or has another value than
+/// a host sends; `problem` then names the first such part.
 std::optional<HandshakeRequest> parseHandshakeRequest(std::string_view body, std::string& problem);
 
 /// The whole frame with which a phone answers.

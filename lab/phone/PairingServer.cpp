@@ -26,7 +26,8 @@ std::optional<std::string> answerTo(const std::string& body, const tcp::endpoint
     std::string problem;
     const auto request = parseHandshakeRequest(body, problem);
     if (!request) {
-        printStatus({{"event", "refused-handshake"}, {"from", from.address().to_string()}, {"problem", problem}});
+        printStatus(
+            {{"event", "refused-handshake"}, {"from", from.address().to_string()}, {"problem", problem}});
         return std::nullopt;
     }
     printStatus({{"event", "handshake"},
@@ -62,7 +63,8 @@ asio::awaitable<void> PairingServer::acceptAll(std::shared_ptr<tcp::acceptor> ac
     while (acceptor->is_open()) {
         co_await gate_.passed();
         boost::system::error_code failure;
-        tcp::socket socket = co_await acceptor->async_accept(asio::redirect_error(asio::use_awaitable, failure));
+        tcp::socket socket =
+            co_await acceptor->async_accept(asio::redirect_error(asio::use_awaitable, failure));
         if (failure) co_return;
         asio::co_spawn(context_, converse(std::move(socket)), asio::detached);
     }
@@ -74,8 +76,8 @@ asio::awaitable<void> PairingServer::converse(tcp::socket socket) {
     boost::system::error_code failure;
     const tcp::endpoint from = socket.remote_endpoint(failure);
     while (!failure && !frames.broken()) {
-        const auto count = co_await socket.async_read_some(asio::buffer(bytes),
-                                                           asio::redirect_error(asio::use_awaitable, failure));
+        const auto count = co_await socket.async_read_some(
+            asio::buffer(bytes), asio::redirect_error(asio::use_awaitable, failure));
         co_await gate_.passed();
         if (failure || gate_.mode() == PhoneMode::silent) continue;
         frames.append(std::string_view(bytes.data(), count));

@@ -12,8 +12,8 @@
 
 namespace quillbay::lab {
 
-/// The phone's control channel on one address: answers handshakes on TCP and echoes datagrams on UDP, as its mode has
-/// it. One thread only; must outlive the loop's last run.
+/// The phone's control channel on one address: answers handshakes on TCP and echoes datagrams on UDP, as its
+/// mode has it. One thread only; must outlive the loop's last run.
 class PairingServer {
  public:
     PairingServer(boost::asio::io_context& context, ModeGate& gate, std::string address);

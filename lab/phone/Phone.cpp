@@ -14,7 +14,8 @@ Phone::Phone(boost::asio::io_context& context, const PhoneOptions& options)
       pairing_(context, gate_, options.serveAddress),
       tunnels_(context, gate_, options.serveAddress) {
     pairing_.listen(options.pairingPort);
-    for (const auto port : options.tunnelPorts) tunnels_.open(port);
+    for (const auto port : options.tunnelPorts)
+        tunnels_.open(port);
     if (!options.interface.empty()) {
         const auto tell = [&loop = context_](std::string event, std::string detail) {
             boost::asio::post(loop, [event = std::move(event), detail = std::move(detail)] {

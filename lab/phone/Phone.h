@@ -15,8 +15,8 @@
 
 namespace quillbay::lab {
 
-/// The simulated phone: its ports, its record and what it is told. Everything runs on the loop it is given, which
-/// must be run by one thread; it prints what happens as JSON lines.
+/// The simulated phone: its ports, its record and what it is told. Everything runs on the loop it is given,
+/// which must be run by one thread; it prints what happens as JSON lines.
 class Phone {
  public:
     /// Opens the ports, announces the record and begins to read commands. Throws what its parts throw.

@@ -14,12 +14,13 @@ enum class PhoneMode {
     silent,
     /// Listens on no pairing port.
     refuse,
-    /// Lets the system accept, and neither reads nor writes any more, on the pairing port and the tunnel ports.
+    /// Lets the system accept, and neither reads nor writes any more, on the pairing port and the tunnel
+    /// ports.
     stall
 };
 
-/// One line of control: "move PORT", "tunnel PORT", "normal", "silent", "refuse", "stall", "announce", "withdraw",
-/// "quit".
+/// One line of control: "move PORT", "tunnel PORT", "normal", "silent", "refuse", "stall", "announce",
+/// "withdraw", "quit".
 struct PhoneCommand {
     enum class Verb { move, tunnel, mode, announce, withdraw, quit };
 

@@ -31,7 +31,8 @@ void apply(PhoneOptions& options, const std::string& option, const std::string& 
     } else if (option == "--tunnel") {
         options.tunnelPorts = parsePortList(value);
     } else if (option == "--txt") {
-        if (value.empty() || value.size() > longestTxtString) throw OptionError("a TXT string has 1 to 255 bytes");
+        if (value.empty() || value.size() > longestTxtString)
+            throw OptionError("a TXT string has 1 to 255 bytes");
         options.txt.push_back(value);
     } else if (option == "--control") {
         options.control = value;
@@ -52,7 +53,8 @@ std::vector<std::uint16_t> parsePortList(std::string_view text) {
         if (first == 0 || last < first || last - first >= mostPorts - ports.size()) {
             throw OptionError("no range of ports: " + std::string(part));
         }
-        for (unsigned port = first; port <= last; ++port) ports.push_back(static_cast<std::uint16_t>(port));
+        for (unsigned port = first; port <= last; ++port)
+            ports.push_back(static_cast<std::uint16_t>(port));
     }
     return ports;
 }
@@ -63,7 +65,8 @@ PhoneOptions parsePhoneOptions(const std::vector<std::string>& arguments) {
         if (i + 1 == arguments.size()) throw OptionError("no value for " + arguments[i]);
         apply(options, arguments[i], arguments[i + 1]);
     }
-    if (!options.host.empty() && options.localAddress.empty()) throw OptionError("--host needs --local-address");
+    if (!options.host.empty() && options.localAddress.empty())
+        throw OptionError("--host needs --local-address");
     return options;
 }
 

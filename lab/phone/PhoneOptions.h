@@ -37,7 +37,8 @@ class OptionError : public std::runtime_error {
 /// Reads the arguments after the program's name. Throws `OptionError`.
 PhoneOptions parsePhoneOptions(const std::vector<std::string>& arguments);
 
-/// A list such as "55000-55003,57000", in the order given. Throws `OptionError`, also for more than 4,096 ports.
+/// A list such as "55000-55003,57000", in the order given. Throws `OptionError`, also for more than 4,096
+/// ports.
 std::vector<std::uint16_t> parsePortList(std::string_view text);
 
 }  // namespace quillbay::lab

@@ -5,8 +5,8 @@
 
 namespace quillbay::lab {
 
-// A counter run through a mixing function with the multipliers of a well-known 64-bit finaliser: every seed gives the
-// full period, and a word costs little more than writing it.
+// A counter run through a mixing function with the multipliers of a well-known 64-bit finaliser: every seed
+// gives the full period, and a word costs little more than writing it.
 std::uint64_t SeededStream::nextWord() {
     state_ += 0x9e3779b97f4a7c15;
     std::uint64_t mixed = state_;

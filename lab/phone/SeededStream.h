@@ -6,7 +6,8 @@
 
 namespace quillbay::lab {
 
-/// A stream of bytes that looks random and is the same for the same seed, so that both ends know every byte of it.
+/// A stream of bytes that looks random and is the same for the same seed, so that both ends know every byte
+/// of it.
 class SeededStream {
  public:
     explicit SeededStream(std::uint64_t seed) : state_(seed) {}

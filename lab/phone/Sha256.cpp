@@ -27,7 +27,8 @@ std::uint32_t bigEndian(const std::byte* at) {
 
 void Sha256::absorb(const std::byte* block) {
     std::array<std::uint32_t, 64> w{};
-    for (std::size_t t = 0; t < 16; ++t) w[t] = bigEndian(block + 4 * t);
+    for (std::size_t t = 0; t < 16; ++t)
+        w[t] = bigEndian(block + 4 * t);
     for (std::size_t t = 16; t < 64; ++t) {
         const auto s0 = std::rotr(w[t - 15], 7) ^ std::rotr(w[t - 15], 18) ^ (w[t - 15] >> 3);
         const auto s1 = std::rotr(w[t - 2], 17) ^ std::rotr(w[t - 2], 19) ^ (w[t - 2] >> 10);
@@ -49,7 +50,8 @@ void Sha256::absorb(const std::byte* block) {
         a = t1 + t2;
     }
     const std::array<std::uint32_t, 8> added{a, b, c, d, e, f, g, h};
-    for (std::size_t i = 0; i < state_.size(); ++i) state_[i] += added[i];
+    for (std::size_t i = 0; i < state_.size(); ++i)
+        state_[i] += added[i];
 }
 
 void Sha256::update(std::span<const std::byte> bytes) {
@@ -82,7 +84,8 @@ std::string Sha256::finish() {
     std::string text;
     constexpr std::string_view digits = "0123456789abcdef";
     for (const auto word : state_) {
-        for (int shift = 28; shift >= 0; shift -= 4) text += digits[word >> shift & 0xF];
+        for (int shift = 28; shift >= 0; shift -= 4)
+            text += digits[word >> shift & 0xF];
     }
     return text;
 }

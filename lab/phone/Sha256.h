@@ -13,7 +13,8 @@ class Sha256 {
  public:
     void update(std::span<const std::byte> bytes);
 
-    /// The digest of everything so far as 64 hexadecimal digits in lower case. Nothing may be added afterwards.
+    /// The digest of everything so far as 64 hexadecimal digits in lower case. Nothing may be added
+    /// afterwards.
     std::string finish();
 
  private:

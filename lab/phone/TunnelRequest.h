@@ -8,9 +8,9 @@ namespace quillbay::lab {
 
 /// The first line of a connection to a tunnel port, without its line feed:
 ///
-///     GET SEED BYTES   the phone sends that much of the seeded stream, then its SHA-256 and a line feed, and closes
-///     PUT BYTES        the client sends that much; the phone answers with its SHA-256 and a line feed, and closes
-///     ECHO             the phone sends everything back until the client closes
+///     GET SEED BYTES   the phone sends that much of the seeded stream, then its SHA-256 and a line feed, and
+///     closes PUT BYTES        the client sends that much; the phone answers with its SHA-256 and a line
+///     feed, and closes ECHO             the phone sends everything back until the client closes
 struct TunnelRequest {
     enum class Verb { get, put, echo };
 

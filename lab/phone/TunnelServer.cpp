@@ -31,13 +31,15 @@ asio::awaitable<void> finish(tcp::socket& socket) {
     socket.shutdown(tcp::socket::shutdown_send, failure);
     std::vector<char> rest(4096);
     while (!failure) {
-        co_await socket.async_read_some(asio::buffer(rest), asio::redirect_error(asio::use_awaitable, failure));
+        co_await socket.async_read_some(asio::buffer(rest),
+                                        asio::redirect_error(asio::use_awaitable, failure));
     }
 }
 
 }  // namespace
 
-TunnelServer::Port::Port(asio::io_context& context, ModeGate& gate, const std::string& address, std::uint16_t port)
+TunnelServer::Port::Port(asio::io_context& context, ModeGate& gate, const std::string& address,
+                         std::uint16_t port)
     : acceptor(context, tcp::endpoint(asio::ip::make_address(address), port)),
       datagrams(context, gate, address, port) {}
 
@@ -53,7 +55,8 @@ asio::awaitable<void> TunnelServer::acceptAll(Port& port) {
     while (true) {
         co_await gate_.passed();
         boost::system::error_code failure;
-        Socket socket = co_await port.acceptor.async_accept(asio::redirect_error(asio::use_awaitable, failure));
+        Socket socket =
+            co_await port.acceptor.async_accept(asio::redirect_error(asio::use_awaitable, failure));
         if (failure) co_return;
         asio::co_spawn(context_, serve(std::move(socket)), asio::detached);
     }
@@ -63,8 +66,8 @@ asio::awaitable<void> TunnelServer::serve(Socket socket) {
     std::string unread;
     boost::system::error_code failure;
     const auto lineBytes =
-        co_await asio::async_read_until(socket, asio::dynamic_buffer(unread, TunnelRequest::longestLine), '\n',
-                                        asio::redirect_error(asio::use_awaitable, failure));
+        co_await asio::async_read_until(socket, asio::dynamic_buffer(unread, TunnelRequest::longestLine),
+                                        '\n', asio::redirect_error(asio::use_awaitable, failure));
     if (failure) co_return;
     const auto request = parseTunnelRequest(std::string_view(unread).substr(0, lineBytes - 1));
     if (!request) co_return;
@@ -98,7 +101,8 @@ asio::awaitable<void> TunnelServer::send(Socket& socket, TunnelRequest request) 
     }
     const std::string digest = hash.finish() + "\n";
     if (failure) co_return;
-    co_await asio::async_write(socket, asio::buffer(digest), asio::redirect_error(asio::use_awaitable, failure));
+    co_await asio::async_write(socket, asio::buffer(digest),
+                               asio::redirect_error(asio::use_awaitable, failure));
     co_await finish(socket);
 }
 
@@ -118,7 +122,8 @@ asio::awaitable<void> TunnelServer::receive(Socket& socket, std::string already,
         left -= count;
     }
     const std::string digest = hash.finish() + "\n";
-    co_await asio::async_write(socket, asio::buffer(digest), asio::redirect_error(asio::use_awaitable, failure));
+    co_await asio::async_write(socket, asio::buffer(digest),
+                               asio::redirect_error(asio::use_awaitable, failure));
     co_await finish(socket);
 }
 

@@ -12,21 +12,22 @@
 
 namespace quillbay::lab {
 
-/// The phone's tunnel ports: `TunnelRequest`s on TCP, an echo on UDP. One thread only; must outlive the loop's last
-/// run.
+/// The phone's tunnel ports: `TunnelRequest`s on TCP, an echo on UDP. One thread only; must outlive the
+/// loop's last run.
 class TunnelServer {
  public:
     TunnelServer(boost::asio::io_context& context, ModeGate& gate, std::string address);
 
-    /// Serves one more port. Nothing happens for one that is served already. Throws boost::system::system_error when
-    /// the port is taken.
+    /// Serves one more port. Nothing happens for one that is served already. Throws
+    /// boost::system::system_error when the port is taken.
     void open(std::uint16_t port);
 
  private:
     using Socket = boost::asio::ip::tcp::socket;
 
     struct Port {
-        Port(boost::asio::io_context& context, ModeGate& gate, const std::string& address, std::uint16_t port);
+        Port(boost::asio::io_context& context, ModeGate& gate, const std::string& address,
+             std::uint16_t port);
         boost::asio::ip::tcp::acceptor acceptor;
         DatagramEcho datagrams;
     };

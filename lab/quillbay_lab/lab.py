@@ -9,6 +9,7 @@ Every network namespace lives only as long as the processes in it, so the kernel
 the process that made the lab, however that ends.
 """
 
+import concurrent.futures
 import os
 import shutil
 import subprocess
@@ -50,8 +51,10 @@ class Lab:
         for host in self._hosts:
             self._await_carrier(host, host.interface)
         self.mac.start_journal()
-        for host in self._hosts:
-            host.start_services()
+        # Avahi takes most of a second to make sure of its host's name: all of them at the same time.
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            for _ in pool.map(Host.start_services, self._hosts):
+                pass
 
     def _add_host(self, name, interface, address):
         host = Host(self.folder / name, name, interface)

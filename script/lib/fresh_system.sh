@@ -102,7 +102,7 @@ run_inside() {
     for name in http_proxy https_proxy no_proxy HTTP_PROXY HTTPS_PROXY NO_PROXY; do
         if [[ -n "${!name:-}" ]]; then variables+=("$name=${!name}"); fi
     done
-    timeout --kill-after=30 3600 \
+    timeout --foreground --kill-after=30 3600 \
         unshare --mount --propagation private --pid --fork --kill-child --uts \
         bash "$root/script/lib/fresh_enter.sh" "$1" "$checkout_inside" "$2" "${variables[@]}"
 }

@@ -20,7 +20,7 @@ import sys
 TIDY = "clang-tidy-19"
 COMPILER = "clang++-19"
 # path:line:column: error: text [check]
-FINDING = re.compile(r"^(?P<path>[^\s:][^:]*):\d+:\d+: (?:warning|error|fatal error): .*$")
+FINDING = re.compile(r"^(?P<path>[^\s:][^:]*):\d+:\d+: (?:warning|error|fatal error): .*$", re.MULTILINE)
 LIMIT_SECONDS = 600
 
 

@@ -100,7 +100,7 @@ BridgeStartWork::Sighting BridgeStartWork::look(const StopToken& token) const {
 void BridgeStartWork::scan(const StopToken& token) {
     callbacks_.onLog(profile_.displayName + ": scanning device's current RemotePairing port (49152-65535)…");
     RemotePairingProbe::Scan wanted = controlChannelScan(profile_);
-    wanted.shouldContinue = callbacks_.scanMayContinue;
+    wanted.shouldContinue = callbacks_.beginScan();
     const RemotePairingScanReport report = probe_.scanForControlChannel(wanted, token);
     if (token.stopRequested()) return;
     if (!report.port) {

@@ -27,8 +27,8 @@ class BridgeStartWork {
         std::function<void(std::uint16_t port)> onDiscoveredPort;
         std::function<void(std::string message)> onFailed;
         std::function<void(std::uint16_t devicePort)> onVerified;
-        /// Asked before each probe of a scan.
-        std::function<bool()> scanMayContinue;
+        /// Called when a scan begins; what it returns is asked before each probe of that scan, on any thread.
+        std::function<std::function<bool()>()> beginScan;
     };
 
     BridgeStartWork(DeviceProfile profile, DeviceCtlLister lister, PresenceCheck presenceCheck,

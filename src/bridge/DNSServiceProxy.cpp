@@ -21,7 +21,8 @@ constexpr std::size_t processListLimitBytes = std::size_t{32} * 1024 * 1024;
 constexpr std::chrono::seconds processListTimeLimit{10};
 
 std::string processList(const HostTools::Tool& ps) {
-    ChildCommand command{ps.executable, ps.leadingArguments, ChildCommand::Output::pipe, ChildCommand::Output::null};
+    ChildCommand command{ps.executable, ps.leadingArguments, ChildCommand::Output::pipe,
+                         ChildCommand::Output::null};
     command.arguments.insert(command.arguments.end(), {"-axo", "pid=,command="});
     try {
         auto result = runToEnd(command, processListLimitBytes, StopToken(), processListTimeLimit);
@@ -41,7 +42,8 @@ std::vector<std::int32_t> killMatchingProxyProcesses(const HostTools& tools,
                                                      const std::function<bool(std::string_view)>& matches) {
     const auto ids = ProcessList::proxyRegistrations(processList(tools.ps), matches);
     // One that is gone by now, or that belongs to somebody else, is none of our business.
-    for (const std::int32_t id : ids) static_cast<void>(::kill(id, SIGTERM));
+    for (const std::int32_t id : ids)
+        static_cast<void>(::kill(id, SIGTERM));
     return ids;
 }
 
@@ -61,13 +63,16 @@ DNSServiceProxy::ProxyError DNSServiceProxy::ProxyError::notRunning() {
 
 DNSServiceProxy::DNSServiceProxy(HostTools tools) : tools_(std::move(tools)) {}
 
-DNSServiceProxy::~DNSServiceProxy() { stop(); }
+DNSServiceProxy::~DNSServiceProxy() {
+    stop();
+}
 
 void DNSServiceProxy::start(const Registration& registration) {
     stop();
     killOrphanedRegistrations(tools_, registration.instanceName);
     ChildCommand command{tools_.dnsSD.executable, tools_.dnsSD.leadingArguments};
-    for (std::string& argument : arguments(registration)) command.arguments.push_back(std::move(argument));
+    for (std::string& argument : arguments(registration))
+        command.arguments.push_back(std::move(argument));
     try {
         process_ = ChildProcess::launch(command);
     } catch (const std::exception&) {
@@ -91,7 +96,8 @@ std::vector<std::string> DNSServiceProxy::arguments(const Registration& registra
                                  std::to_string(registration.port),
                                  registration.host,
                                  registration.address};
-    for (const auto& [key, value] : registration.txtRecord) all.push_back(key + "=" + value);
+    for (const auto& [key, value] : registration.txtRecord)
+        all.push_back(key + "=" + value);
     return all;
 }
 

@@ -14,8 +14,8 @@
 
 namespace quillbay {
 
-/// Announces the phone's service on the local network by proxy: a `dns-sd -P` child, and the registration lasts exactly
-/// as long as it runs. At most one child. Used on the main queue.
+/// Announces the phone's service on the local network by proxy: a `dns-sd -P` child, and the registration
+/// lasts exactly as long as it runs. At most one child. Used on the main queue.
 class DNSServiceProxy {
  public:
     /// What registering can throw.
@@ -56,21 +56,23 @@ class DNSServiceProxy {
     /// Blocks for as long as these take to end. Throws ProxyError::processLaunchFailed.
     void start(const Registration& registration);
 
-    /// Ends the child and waits until it has; never fails. May be called more than once. The caller waits for as long as
-    /// the child takes to withdraw its records, and little more than two seconds for one that will not end.
+    /// Ends the child and waits until it has; never fails. May be called more than once. The caller waits for
+    /// as long as the child takes to withdraw its records, and little more than two seconds for one that will
+    /// not end.
     void stop();
 
     /// The arguments of the child, in order.
     static std::vector<std::string> arguments(const Registration& registration);
 
-    /// Ends every `dns-sd -P` on this computer that an earlier run left behind; called before any bridge exists. Tells
-    /// `onLog` (may be empty) once if there were any. Blocks while it lists the processes. Never fails.
+    /// Ends every `dns-sd -P` on this computer that an earlier run left behind; called before any bridge
+    /// exists. Tells `onLog` (may be empty) once if there were any. Blocks while it lists the processes.
+    /// Never fails.
     static void killAllOrphanedProxyProcesses(const HostTools& tools,
                                               const std::function<void(const std::string&)>& onLog);
 
-    /// Ends every `dns-sd -P` whose command line contains the instance name, which may be part of a longer one. An empty
-    /// name is part of every command line: it ends all of them, those of other bridges included. No phone has one, so
-    /// whoever makes profiles must not let one in.
+    /// Ends every `dns-sd -P` whose command line contains the instance name, which may be part of a longer
+    /// one. An empty name is part of every command line: it ends all of them, those of other bridges
+    /// included. No phone has one, so whoever makes profiles must not let one in.
     static void killOrphanedRegistrations(const HostTools& tools, const std::string& instanceName);
 
  private:

@@ -18,8 +18,9 @@ struct HostAddress {
     [[nodiscard]] HostAddress withPort(std::uint16_t port) const;
 };
 
-/// The host's addresses for TCP in the system's order of preference; empty when it has none. A literal address is
-/// taken as it is; a name is looked up, which blocks the caller for as long as the system's resolver takes.
+/// The host's addresses for TCP in the system's order of preference; empty when it has none. A literal
+/// address is taken as it is; a name is looked up, which blocks the caller for as long as the system's
+/// resolver takes.
 std::vector<HostAddress> resolveHost(const std::string& host);
 
 }  // namespace quillbay

@@ -32,7 +32,8 @@ UniqueDescriptor sendQuery(const in_addr& interfaceAddress, const std::vector<st
         // This interface cannot be asked on; the others may.
         return {};
     }
-    if (::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof interfaceAddress) != 0)
+    if (::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof interfaceAddress) !=
+        0)
         return {};
     // A refusal does not matter: 1 is what the system begins with.
     const unsigned char timeToLive = 1;
@@ -59,14 +60,15 @@ bool awaitAnswer(const std::vector<UniqueDescriptor>& sockets, int stopPipe, std
     using std::chrono::steady_clock;
     const auto deadline = steady_clock::now() + timeout;
     std::vector<pollfd> entries{pollfd{stopPipe, POLLIN, 0}};
-    for (const UniqueDescriptor& socket : sockets) entries.push_back(pollfd{socket.get(), POLLIN, 0});
+    for (const UniqueDescriptor& socket : sockets)
+        entries.push_back(pollfd{socket.get(), POLLIN, 0});
 
     while (true) {
         const auto remaining =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
         if (remaining.count() <= 0) return false;
-        const int ready = ::poll(entries.data(), static_cast<nfds_t>(entries.size()),
-                                 static_cast<int>(remaining.count()));
+        const int ready =
+            ::poll(entries.data(), static_cast<nfds_t>(entries.size()), static_cast<int>(remaining.count()));
         if (ready < 0 && errno == EINTR) continue;
         if (ready <= 0 || entries.front().revents != 0) return false;
         for (const pollfd& entry : std::span(entries).subspan(1)) {
@@ -78,8 +80,9 @@ bool awaitAnswer(const std::vector<UniqueDescriptor>& sockets, int stopPipe, std
 
 }  // namespace
 
-bool LocalHostPresenceCheck::isHostCurrentlyPresent(const std::string& host, std::chrono::milliseconds timeout,
-                                                    RandomSource& random, const StopToken& token) {
+bool LocalHostPresenceCheck::isHostCurrentlyPresent(const std::string& host,
+                                                    std::chrono::milliseconds timeout, RandomSource& random,
+                                                    const StopToken& token) {
     const auto transactionID = static_cast<std::uint16_t>(random.uniform(1, 65535));
     const auto query = makeMulticastQuery(host, transactionID);
     if (!query) return true;

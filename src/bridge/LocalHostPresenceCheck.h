@@ -8,13 +8,13 @@
 
 namespace quillbay {
 
-/// Asks whether a Bonjour host name answers on the local network right now, by one multicast DNS query (RFC 6762) on
-/// every suitable interface. Keeps no state.
+/// Asks whether a Bonjour host name answers on the local network right now, by one multicast DNS query (RFC
+/// 6762) on every suitable interface. Keeps no state.
 namespace LocalHostPresenceCheck {
 
-/// Blocks its caller (a background thread) for at most `timeout`; a stop of `token` ends it at once with false.
-/// Fails safe towards "present": true for a name that cannot be asked for, without a suitable interface, and when
-/// nothing could be sent.
+/// Blocks its caller (a background thread) for at most `timeout`; a stop of `token` ends it at once with
+/// false. Fails safe towards "present": true for a name that cannot be asked for, without a suitable
+/// interface, and when nothing could be sent.
 bool isHostCurrentlyPresent(const std::string& host, std::chrono::milliseconds timeout, RandomSource& random,
                             const StopToken& token);
 

@@ -37,7 +37,8 @@ bool appendName(std::vector<std::uint8_t>& bytes, std::string_view name) {
 
 }  // namespace
 
-std::optional<std::vector<std::uint8_t>> makeMulticastQuery(const std::string& host, std::uint16_t transactionID) {
+std::optional<std::vector<std::uint8_t>> makeMulticastQuery(const std::string& host,
+                                                            std::uint16_t transactionID) {
     constexpr std::uint16_t anyType = 0x00FF;
     constexpr std::uint16_t internetClassUnicastResponse = 0x8001;
 

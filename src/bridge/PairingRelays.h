@@ -33,7 +33,8 @@ struct PairingRelayRequest {
 };
 
 /// Opens the control channel's relays on the first local port that is free for TCP and for UDP. Blocks its caller, the
-/// main thread, for up to two seconds per attempt and transport. Throws the error of the last attempt.
+/// main thread, for up to two seconds per attempt and transport. Throws the error of the last attempt,
+/// and RelayBindError when there was none.
 PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayRequest& request);
 
 }  // namespace quillbay

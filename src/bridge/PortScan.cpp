@@ -11,8 +11,8 @@ namespace quillbay {
 
 namespace {
 
-/// How long a lane waits for others to give descriptors back: short beside a probe's time-out, and 96 lanes that all
-/// wait still cost next to nothing.
+/// How long a lane waits for others to give descriptors back: short beside a probe's time-out, and 96 lanes
+/// that all wait still cost next to nothing.
 constexpr std::chrono::milliseconds shortagePause{100};
 
 }  // namespace
@@ -39,8 +39,8 @@ class PortScan::Lane : public std::enable_shared_from_this<Lane> {
     void advance() {
         if (!scan_->takePort(port_)) return scan_->laneEnded();
         const RemotePairingProbe::Scan& scan = scan_->scan_;
-        const ProbeAttempt::Question question{scan_->addresses_, *port_, scan.wireProtocolVersion, scan.timeout,
-                                              scan.timeout};
+        const ProbeAttempt::Question question{scan_->addresses_, *port_, scan.wireProtocolVersion,
+                                              scan.timeout, scan.timeout};
         const auto attempt = std::make_shared<ProbeAttempt>(
             loop_, scan_->random_, question,
             [self = shared_from_this()](ProbeAttempt::Outcome outcome) { self->onOutcome(outcome); });
@@ -55,7 +55,8 @@ class PortScan::Lane : public std::enable_shared_from_this<Lane> {
             advanceSoon();
         } else {
             pause_.expires_after(shortagePause);
-            pause_.async_wait([self = shared_from_this()](const boost::system::error_code&) { self->advance(); });
+            pause_.async_wait(
+                [self = shared_from_this()](const boost::system::error_code&) { self->advance(); });
         }
     }
 
@@ -78,8 +79,8 @@ PortScan::PortScan(NetworkThreads& network, RandomSource& random, RemotePairingP
 RemotePairingScanReport PortScan::run(const StopToken& token) {
     lanesRunning_ = std::min<std::size_t>(std::max(1U, scan_.concurrency), scan_.portCount());
     for (std::size_t i = 0, count = lanesRunning_; i < count; ++i) {
-        const auto lane = std::make_shared<Lane>(shared_from_this(),
-                                                 network_.contextFor(static_cast<std::uint16_t>(i)));
+        const auto lane =
+            std::make_shared<Lane>(shared_from_this(), network_.contextFor(static_cast<std::uint16_t>(i)));
         lanes_.push_back(lane);
         lane->advanceSoon();
     }

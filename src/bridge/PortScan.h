@@ -17,12 +17,12 @@
 
 namespace quillbay {
 
-/// One scan. It works in lanes, as many as there may be probes in flight: a lane belongs to one network thread and
-/// runs one probe after the other there, each time with the next port that no lane has taken.
+/// One scan. It works in lanes, as many as there may be probes in flight: a lane belongs to one network
+/// thread and runs one probe after the other there, each time with the next port that no lane has taken.
 class PortScan : public std::enable_shared_from_this<PortScan> {
  public:
-    /// `network` and `random` must outlive what the scan started, which is all over once their threads have run what
-    /// was queued when `run` returned.
+    /// `network` and `random` must outlive what the scan started, which is all over once their threads have
+    /// run what was queued when `run` returned.
     PortScan(NetworkThreads& network, RandomSource& random, RemotePairingProbe::Scan scan,
              std::vector<HostAddress> addresses);
 
@@ -47,7 +47,8 @@ class PortScan : public std::enable_shared_from_this<PortScan> {
     const std::shared_ptr<const std::vector<HostAddress>> addresses_;
     NetworkThreads& network_;
     RandomSource& random_;
-    /// Each lane is kept by its own handlers alone: it has a timer and a socket on its loop, and dies with that loop.
+    /// Each lane is kept by its own handlers alone: it has a timer and a socket on its loop, and dies with
+    /// that loop.
     std::vector<std::weak_ptr<Lane>> lanes_;
 
     /// Held while a callback of the owner runs, so callbacks do not overlap; guards the next five.

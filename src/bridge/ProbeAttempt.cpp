@@ -4,8 +4,8 @@
 #include <sys/socket.h>
 
 #include <array>
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -21,8 +21,8 @@ bool isShortage(int error) {
     return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }
 
-/// A connection to one's own port in the range that the system draws client ports from can meet itself: both ends
-/// are then one socket, and everything sent comes back as an answer.
+/// A connection to one's own port in the range that the system draws client ports from can meet itself: both
+/// ends are then one socket, and everything sent comes back as an answer.
 bool isConnectedToItself(int fd) {
     sockaddr_storage local{};
     sockaddr_storage peer{};
@@ -42,7 +42,9 @@ ProbeAttempt::ProbeAttempt(boost::asio::io_context& loop, RandomSource& random, 
       descriptor_(loop),
       deadline_(loop) {}
 
-void ProbeAttempt::start() { tryNextAddress(); }
+void ProbeAttempt::start() {
+    tryNextAddress();
+}
 
 void ProbeAttempt::cancel() {
     if (phase_ == Phase::ended) return;
@@ -108,8 +110,7 @@ void ProbeAttempt::connected() {
 
 void ProbeAttempt::continueSending() {
     while (sent_ < unsent_.size()) {
-        const ssize_t count =
-            ::send(fd_, unsent_.data() + sent_, unsent_.size() - sent_, noSignalFlag());
+        const ssize_t count = ::send(fd_, unsent_.data() + sent_, unsent_.size() - sent_, noSignalFlag());
         if (count > 0) {
             sent_ += static_cast<std::size_t>(count);
         } else if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
@@ -142,9 +143,10 @@ void ProbeAttempt::wait(std::chrono::milliseconds limit) {
     }
     ++waitNumber_;
     deadline_.expires_after(limit);
-    deadline_.async_wait([self = shared_from_this(), number = waitNumber_](const boost::system::error_code& error) {
-        if (!error && number == self->waitNumber_) self->onDeadline();
-    });
+    deadline_.async_wait(
+        [self = shared_from_this(), number = waitNumber_](const boost::system::error_code& error) {
+            if (!error && number == self->waitNumber_) self->onDeadline();
+        });
     armDescriptor();
 }
 
@@ -197,8 +199,8 @@ void ProbeAttempt::finish(Outcome outcome) {
 }
 
 void ProbeAttempt::closeSocket(Closing closing) {
-    // Closing in the usual way leaves every port that was open behind in TIME_WAIT: thousands of them, after a scan
-    // of a phone whose VPN accepts on all its ports.
+    // Closing in the usual way leaves every port that was open behind in TIME_WAIT: thousands of them, after
+    // a scan of a phone whose VPN accepts on all its ports.
     if (closing == Closing::reset && phase_ != Phase::connecting) {
         const linger reset{1, 0};
         ::setsockopt(fd_, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);

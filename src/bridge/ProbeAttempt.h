@@ -18,8 +18,8 @@
 
 namespace quillbay {
 
-/// One probe of one port, as a state machine on one network thread: nothing of it blocks, and all of it, the callback
-/// included, runs on that thread.
+/// One probe of one port, as a state machine on one network thread: nothing of it blocks, and all of it, the
+/// callback included, runs on that thread.
 ///
 ///     start ──▶ connecting ──────▶ sending ──────▶ receiving ──▶ remotePairingPort
 ///               │ │ ▲  deadline:    │ deadline:     │ deadline:
@@ -31,8 +31,8 @@ namespace quillbay {
 ///               ├─▶ refused            openButSilent
 ///               └─▶ noResponse (no address is left)
 ///
-/// It holds at most one socket, from `connecting` on, and has closed it before it calls back. It keeps itself alive
-/// until then; `cancel` ends it without a call.
+/// It holds at most one socket, from `connecting` on, and has closed it before it calls back. It keeps itself
+/// alive until then; `cancel` ends it without a call.
 class ProbeAttempt : public std::enable_shared_from_this<ProbeAttempt> {
  public:
     struct Question {

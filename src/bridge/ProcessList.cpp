@@ -13,7 +13,9 @@ namespace quillbay::ProcessList {
 
 namespace {
 
-bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
 
 }  // namespace
 
@@ -24,7 +26,8 @@ std::optional<std::int32_t> processID(std::string_view line) {
     if (digits.starts_with('+')) digits.remove_prefix(1);
     std::int32_t number = 0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (result.ec != std::errc{} || result.ptr != digits.data() + digits.size() || number <= 0) return std::nullopt;
+    if (result.ec != std::errc{} || result.ptr != digits.data() + digits.size() || number <= 0)
+        return std::nullopt;
     return number;
 }
 
@@ -43,8 +46,8 @@ std::vector<std::int32_t> proxyRegistrations(std::string_view list,
 }
 
 std::string clearedMessage(const std::vector<std::int32_t>& ids) {
-    return fmt::format("Cleared {} leftover Bonjour proxy registration(s) from a previous launch (pid {}).", ids.size(),
-                       fmt::join(ids, ", "));
+    return fmt::format("Cleared {} leftover Bonjour proxy registration(s) from a previous launch (pid {}).",
+                       ids.size(), fmt::join(ids, ", "));
 }
 
 }  // namespace quillbay::ProcessList

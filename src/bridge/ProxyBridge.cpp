@@ -51,7 +51,9 @@ ProxyBridge::~ProxyBridge() {
 
 void ProxyBridge::start(bool scanIfPortStale) {
     stop();
+    const std::int64_t generation = epochs_->generation;
     setState(ProxyBridgeState::pairing());
+    if (epochs_->generation != generation) return;  // by the owner, in its callback
     const std::optional<std::string> localIP = localIP_();
     if (!localIP) {
         setState(ProxyBridgeState::error("Could not read local IP (" + host_.interfaceName() + ")"));
@@ -76,6 +78,10 @@ void ProxyBridge::closeEverything() {
     if (scanWork_) scanWork_->requestStop();
     startWork_.reset();
     scanWork_.reset();
+    closeWhatIsUp();
+}
+
+void ProxyBridge::closeWhatIsUp() {
     for (const auto& relay : relays_) relay->stop();
     relays_.clear();
     for (const auto& relay : udpRelays_) relay->stop();
@@ -138,16 +144,19 @@ BridgeStartWork::Callbacks ProxyBridge::startCallbacks(const std::string& localI
     callbacks.onVerified = [steps, localIP](std::uint16_t devicePort) {
         steps->post([localIP, devicePort](ProxyBridge& bridge) { bridge.performStart(localIP, devicePort); });
     };
-    callbacks.scanMayContinue = [epochs = epochs_, generation = epochs_->generation.load(),
-                                 scanGeneration = epochs_->scanGeneration.load()] {
-        return epochs->bridgeExists && epochs->generation == generation && epochs->scanGeneration == scanGeneration;
+    callbacks.beginScan = [epochs = epochs_, generation = epochs_->generation.load()] {
+        return [epochs, generation, scanGeneration = epochs->scanGeneration.load()] {
+            return epochs->bridgeExists && epochs->generation == generation && epochs->scanGeneration == scanGeneration;
+        };
     };
     return callbacks;
 }
 
 void ProxyBridge::performStart(const std::string& localIP, std::uint16_t devicePort) {
+    const auto steps = mainSteps();
+    // What is logged on the way reaches the owner, who may stop or restart the bridge there and then.
+    const auto superseded = [&] { return epochs_->generation != steps->generation; };
     try {
-        const auto steps = mainSteps();
         PairingRelayRequest request;
         request.localIP = localIP;
         request.remoteHost = profile_.providerIP;
@@ -161,6 +170,7 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
             });
         };
         PairingRelays control = bindPairingRelays(host_.network, request);
+        if (superseded()) return;
         const std::uint16_t localPort = control.localPort;
         registerProxy(localIP, localPort);
         relays_.push_back(std::move(control.tcp));
@@ -175,13 +185,15 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
         log(fmt::format("port {}{} verified, {} TCP + {} UDP relay open", devicePort, relayedOn, relays_.size(),
                         udpRelays_.size()));
     } catch (const std::exception& error) {
-        // What a failed start leaves open would serve nobody.
-        closeEverything();
+        if (superseded()) return;
+        // What a failed start leaves open would serve nobody. A scan of the user's goes on.
+        closeWhatIsUp();
         setState(ProxyBridgeState::error(printedError(error)));
         return;
     }
+    if (superseded()) return;
     setState(ProxyBridgeState::active());
-    watchTunnelPorts(localIP);
+    if (!superseded()) watchTunnelPorts(localIP);
 }
 
 void ProxyBridge::registerProxy(const std::string& localIP, std::uint16_t port) {

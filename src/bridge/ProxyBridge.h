@@ -29,7 +29,8 @@ namespace quillbay {
 ///                                        └─▶ scan ┘
 ///
 /// Every step carries the `generation` in which it was asked for and is dropped when `stop` or a newer start has begun
-/// another. The background part never holds the bridge, so a dropped bridge ends at once.
+/// another; only the failure of a control channel is reported in any generation. The background part never holds the
+/// bridge, so a dropped bridge ends at once.
 class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
  public:
     /// Reads this computer's local IPv4 address now.
@@ -55,7 +56,8 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
 
     /// Scans for the phone's port at the user's request, without touching the bridge otherwise; a scan that runs already
     /// ends early. `onProgress` (may be empty) is told every port probed, on a network thread; `completion` gets the
-    /// report on the main queue, unless the bridge is gone by then.
+    /// report on the main queue, unless the bridge is gone by then. Throws std::system_error when the system has no
+    /// thread to give.
     void discoverDevicePort(std::function<void(RemotePairingScanReport)> completion,
                             std::function<void(std::uint16_t)> onProgress = {});
 
@@ -93,13 +95,14 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     void runInBackground(bool scanIfPortStale, const std::string& localIP);
     void performStart(const std::string& localIP, std::uint16_t devicePort);
     void registerProxy(const std::string& localIP, std::uint16_t port);
-    void openTunnelRange(const std::string& localIP);
     void openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
                     const std::shared_ptr<const MainSteps>& steps);
     void watchTunnelPorts(const std::string& localIP);
     void handleCriticalRelayFailure(std::uint16_t port, const std::string& transport, const std::string& error);
     void handleDiscoveredTunnelPort(std::uint16_t port, const std::string& localIP);
     void closeEverything();
+    /// Relays, log follower and proxy record; not the work in the background.
+    void closeWhatIsUp();
     void setState(ProxyBridgeState state);
     void log(const std::string& text) const;
 

@@ -8,8 +8,8 @@
 
 namespace quillbay {
 
-/// What a relay calls when its listener fails. The owner may assign it at any time on any thread, also while the relay
-/// is running; the relay calls what is assigned at the moment of the failure, on its own queue.
+/// What a relay calls when its listener fails. The owner may assign it at any time on any thread, also while
+/// the relay is running; the relay calls what is assigned at the moment of the failure, on its own queue.
 class RelayErrorCallback {
  public:
     using Function = std::function<void(std::exception_ptr)>;

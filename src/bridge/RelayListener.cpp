@@ -10,8 +10,9 @@
 
 namespace quillbay {
 
-/// The meeting point of a thread that waits for a listener and the loop that opens it. Whoever comes second sees what
-/// the first one did: a listener that is ready too late is closed, and one that was stored was waited for.
+/// The meeting point of a thread that waits for a listener and the loop that opens it. Whoever comes second
+/// sees what the first one did: a listener that is ready too late is closed, and one that was stored was
+/// waited for.
 class RelayListener::BlockingStart {
  public:
     /// On the loop. Returns false when nobody waits any more.

@@ -14,10 +14,12 @@
 
 namespace quillbay {
 
-/// What both kinds of relay have in common: a socket on one local address and port, how it is opened, and how it ends.
+/// What both kinds of relay have in common: a socket on one local address and port, how it is opened, and how
+/// it ends.
 ///
-/// The socket and all that comes of it live on the loop of the local port. The members that may be called on any thread
-/// only post to it, so a socket that is closed is closed before the next one on the same port is opened.
+/// The socket and all that comes of it live on the loop of the local port. The members that may be called on
+/// any thread only post to it, so a socket that is closed is closed before the next one on the same port is
+/// opened.
 class RelayListener : public std::enable_shared_from_this<RelayListener> {
  public:
     RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
@@ -28,7 +30,8 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
 
     // Any thread:
 
-    /// Opens the socket later; what goes wrong then is told to `onError`. Throws when it cannot be opened at all.
+    /// Opens the socket later; what goes wrong then is told to `onError`. Throws when it cannot be opened at
+    /// all.
     void start();
     /// Opens the socket and waits for the result. Not to be called on the loop.
     void startBlocking(std::chrono::milliseconds timeout);

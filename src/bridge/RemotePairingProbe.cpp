@@ -75,7 +75,8 @@ std::size_t RemotePairingProbe::Scan::portCount() const {
 RemotePairingProbe::RemotePairingProbe(NetworkThreads& network, RandomSource& random)
     : network_(network), random_(random) {}
 
-RemotePairingProbeResult RemotePairingProbe::probe(const Target& target, std::chrono::milliseconds connectTimeout,
+RemotePairingProbeResult RemotePairingProbe::probe(const Target& target,
+                                                   std::chrono::milliseconds connectTimeout,
                                                    std::chrono::milliseconds replyTimeout,
                                                    const StopToken& token) {
     if (token.stopRequested()) return RemotePairingProbeResult::noResponse;

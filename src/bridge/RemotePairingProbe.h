@@ -37,8 +37,9 @@ struct RemotePairingScanReport {
 
 /// Tells whether a TCP port is the phone's RemotePairing control channel, and finds the port that is.
 ///
-/// The probes are state machines on the network threads; `probe` and `scanForControlChannel` block their caller (a
-/// background thread, never the main or a network thread) until the answer is there or `token` is stopped.
+/// The probes are state machines on the network threads; `probe` and `scanForControlChannel` block their
+/// caller (a background thread, never the main or a network thread) until the answer is there or `token` is
+/// stopped.
 class RemotePairingProbe {
  public:
     /// `network` and `random` must outlive the probe and everything that it started.
@@ -66,18 +67,19 @@ class RemotePairingProbe {
         unsigned concurrency = 96;
         /// Told each port just probed, once each, on a network thread; may be empty.
         std::function<void(std::uint16_t)> onProgress;
-        /// Asked before each new probe, on any thread; the scan ends early when it answers false. May be empty.
+        /// Asked before each new probe, on any thread; the scan ends early when it answers false. May be
+        /// empty.
         std::function<bool()> shouldContinue;
 
-        // Neither callback overlaps itself or the other one, none is called after the scan has returned, and none may
-        // block or throw.
+        // Neither callback overlaps itself or the other one, none is called after the scan has returned, and
+        // none may block or throw.
 
         /// How many ports a scan probes that nothing ends early.
         [[nodiscard]] std::size_t portCount() const;
     };
 
-    /// Dispatches until a port has answered, `shouldContinue` answers false or `token` is stopped, waits for the probes
-    /// that run (in the last case it drops them), and returns what was recorded.
+    /// Dispatches until a port has answered, `shouldContinue` answers false or `token` is stopped, waits for
+    /// the probes that run (in the last case it drops them), and returns what was recorded.
     RemotePairingScanReport scanForControlChannel(const Scan& scan, const StopToken& token);
 
  private:

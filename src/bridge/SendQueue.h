@@ -11,7 +11,8 @@ struct iovec;
 
 namespace quillbay {
 
-/// Bytes on their way that the kernel did not take yet, first in first out. Has no memory of its own while empty.
+/// Bytes on their way that the kernel did not take yet, first in first out. Has no memory of its own while
+/// empty.
 class SendQueue {
  public:
     [[nodiscard]] std::size_t size() const { return size_; }
@@ -19,8 +20,8 @@ class SendQueue {
 
     void append(std::span<const char> bytes);
 
-    /// Room for received bytes at the end, at least one and at most `limit` of them: no copy is needed then. Must be
-    /// followed by `commit` of what was received, before anything else.
+    /// Room for received bytes at the end, at least one and at most `limit` of them: no copy is needed then.
+    /// Must be followed by `commit` of what was received, before anything else.
     std::span<char> prepare(std::size_t limit);
     void commit(std::size_t count);
 
@@ -40,7 +41,8 @@ class SendQueue {
     };
     std::deque<std::unique_ptr<Block>>& blocks();
 
-    // Made with the first byte and dropped with the last: an empty deque owns memory, and most queues are empty.
+    // Made with the first byte and dropped with the last: an empty deque owns memory, and most queues are
+    // empty.
     std::unique_ptr<std::deque<std::unique_ptr<Block>>> blocks_;
     std::size_t size_ = 0;
 };

@@ -16,10 +16,14 @@ namespace {
 // With 64 KiB each, one turn moves at most 1 MiB before the other connections of the thread get theirs.
 constexpr int receivesPerTurn = 16;
 
-bool isTransient(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+bool isTransient(int error) {
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
 
 // Out of memory for the moment is no reason to give a connection up: the data is held and tried again.
-bool isWorthARetry(int error) { return isTransient(error) || error == ENOBUFS || error == ENOMEM; }
+bool isWorthARetry(int error) {
+    return isTransient(error) || error == ENOBUFS || error == ENOMEM;
+}
 
 }  // namespace
 

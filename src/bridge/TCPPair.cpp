@@ -89,8 +89,8 @@ void TCPPair::proceed() {
 }
 
 bool TCPPair::isOver() const {
-    // An end is not passed on for one direction alone: it is the end of both. A side that takes no more may have sent
-    // something before it went, so that alone is not the end yet: the other direction runs into it.
+    // An end is not passed on for one direction alone: it is the end of both. A side that takes no more may
+    // have sent something before it went, so that alone is not the end yet: the other direction runs into it.
     return toPhone_.delivered() || toClient_.delivered() || (toPhone_.broken() && toClient_.broken());
 }
 

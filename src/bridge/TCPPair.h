@@ -20,7 +20,8 @@ class TCPPair;
 /// The relay, as its pairs see it.
 class TCPPairOwner {
  public:
-    /// Once for each pair that was not cancelled by the owner itself, when it takes no further part in the traffic.
+    /// Once for each pair that was not cancelled by the owner itself, when it takes no further part in the
+    /// traffic.
     virtual void pairEnded(TCPPair& pair) = 0;
     /// Once, after `pairEnded`: its sockets are closed.
     virtual void pairClosed(TCPPair& pair) = 0;
@@ -39,15 +40,15 @@ class TCPPairOwner {
 ///                    │                   │                   │                │
 ///                    └─ phone refused ───┴─ other side gone ─┴────────────────┘
 ///
-///     deadlines: connecting — the kernel's own; open — none; ending — `stalledLimit` without a byte taken, counted
-///     anew after each; closing — `drainLimit` in all, and `drainLimitBytes`.
+///     deadlines: connecting — the kernel's own; open — none; ending — `stalledLimit` without a byte taken,
+///     counted anew after each; closing — `drainLimit` in all, and `drainLimitBytes`.
 ///
-/// Draining is what keeps the end of a delivery whole: closing a socket that has unread bytes, or gets some later,
-/// resets the connection, and the reset overtakes what the receiver has not read yet.
+/// Draining is what keeps the end of a delivery whole: closing a socket that has unread bytes, or gets some
+/// later, resets the connection, and the reset overtakes what the receiver has not read yet.
 ///
-/// Lives on its relay's loop. The relay holds it until it is closed; each wait that is under way holds it too, and it
-/// holds the relay weakly: when that is gone, each receive that completes is the last of its direction, and the pair
-/// closes with the last of both. `cancel` closes everything at once.
+/// Lives on its relay's loop. The relay holds it until it is closed; each wait that is under way holds it
+/// too, and it holds the relay weakly: when that is gone, each receive that completes is the last of its
+/// direction, and the pair closes with the last of both. `cancel` closes everything at once.
 class TCPPair : public std::enable_shared_from_this<TCPPair> {
  public:
     TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner);
@@ -69,7 +70,9 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
  private:
     enum class State { connecting, open, closing, closed };
 
-    TCPDirection& other(const TCPDirection& direction) { return &direction == &toPhone_ ? toClient_ : toPhone_; }
+    TCPDirection& other(const TCPDirection& direction) {
+        return &direction == &toPhone_ ? toClient_ : toPhone_;
+    }
     void connected();
     void received(TCPDirection& direction);
     void writable(TCPDirection& direction);

@@ -6,25 +6,37 @@
 
 namespace quillbay {
 
-TCPRelay::TCPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort, std::string remoteHost,
-                   std::uint16_t remotePort)
+TCPRelay::TCPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
+                   std::string remoteHost, std::uint16_t remotePort)
     : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
                                    remotePort, onError)) {}
 
-TCPRelay::~TCPRelay() { core_->abandon(); }
+TCPRelay::~TCPRelay() {
+    core_->abandon();
+}
 
-void TCPRelay::start() { core_->start(); }
+void TCPRelay::start() {
+    core_->start();
+}
 
-void TCPRelay::startBlocking(std::chrono::milliseconds timeout) { core_->startBlocking(timeout); }
+void TCPRelay::startBlocking(std::chrono::milliseconds timeout) {
+    core_->startBlocking(timeout);
+}
 
-void TCPRelay::stop() { core_->stop(); }
+void TCPRelay::stop() {
+    core_->stop();
+}
 
-std::int64_t TCPRelay::activeConnectionCount() const { return core_->activePairs(); }
+std::int64_t TCPRelay::activeConnectionCount() const {
+    return core_->activePairs();
+}
 
 std::size_t TCPRelay::connectionCount() const {
     return core_->stopped() ? 0 : 2 * static_cast<std::size_t>(core_->activePairs());
 }
 
-std::uint16_t TCPRelay::boundPort() const { return core_->stopped() ? std::uint16_t{0} : core_->port(); }
+std::uint16_t TCPRelay::boundPort() const {
+    return core_->stopped() ? std::uint16_t{0} : core_->port();
+}
 
 }  // namespace quillbay

@@ -12,8 +12,8 @@
 
 namespace quillbay {
 
-/// Makes one TCP port of the phone appear on one address and port of this computer: for every client that connects, a
-/// fresh connection to the phone, and bytes are copied both ways until either side ends.
+/// Makes one TCP port of the phone appear on one address and port of this computer: for every client that
+/// connects, a fresh connection to the phone, and bytes are copied both ways until either side ends.
 class TCPRelay {
  public:
     /// Does nothing yet. The relay's queue is labelled "com.local.mirel.Quillbay.tcp-relay." + `localPort`.
@@ -26,8 +26,8 @@ class TCPRelay {
     TCPRelay(const TCPRelay&) = delete;
     TCPRelay& operator=(const TCPRelay&) = delete;
 
-    /// Called on the relay's queue when the listener fails after `start` returned (its bind included), or after
-    /// `startBlocking` succeeded. May be assigned at any time.
+    /// Called on the relay's queue when the listener fails after `start` returned (its bind included), or
+    /// after `startBlocking` succeeded. May be assigned at any time.
     RelayErrorCallback onError;
 
     /// Starts to listen without waiting for the result. Throws when the listener cannot be created.
@@ -37,8 +37,8 @@ class TCPRelay {
     /// RelayBindError when it is neither ready nor failed within `timeout`.
     void startBlocking(std::chrono::milliseconds timeout);
 
-    /// Cancels the listener and every connection. May be called more than once and before any start. The sockets are
-    /// closed on the relay's queue, before anything that is asked for later on the same port.
+    /// Cancels the listener and every connection. May be called more than once and before any start. The
+    /// sockets are closed on the relay's queue, before anything that is asked for later on the same port.
     void stop();
 
     /// Client pairs whose outbound side has not yet failed or been cancelled. Any thread.

@@ -19,7 +19,9 @@ using namespace std::chrono_literals;
 constexpr auto retryInterval = 100ms;
 constexpr int acceptsPerTurn = 64;
 
-bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
+bool isShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
 
 bool isFailureOfListener(int error) {
     return error == EBADF || error == EINVAL || error == ENOTSOCK || error == EOPNOTSUPP || error == EFAULT;
@@ -103,16 +105,21 @@ void TCPRelay::Core::tryLater() {
     });
 }
 
-void TCPRelay::Core::pairEnded(TCPPair& /*pair*/) { --activePairs_; }
+void TCPRelay::Core::pairEnded(TCPPair& /*pair*/) {
+    --activePairs_;
+}
 
-void TCPRelay::Core::pairClosed(TCPPair& pair) { pairs_.erase(pair.position); }
+void TCPRelay::Core::pairClosed(TCPPair& pair) {
+    pairs_.erase(pair.position);
+}
 
 void TCPRelay::Core::cancelConnections() {
     retry_.reset();
     parkedClient_.reset();
     const auto pairs = std::exchange(pairs_, {});
     activePairs_ = 0;
-    for (const auto& pair : pairs) pair->cancel();
+    for (const auto& pair : pairs)
+        pair->cancel();
 }
 
 void TCPRelay::Core::forgetConnections() {

@@ -18,8 +18,8 @@ namespace quillbay {
 /// The part of a relay that lives on its loop: the listener and the pairs.
 class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
  public:
-    Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort, const std::string& remoteHost,
-         std::uint16_t remotePort, RelayErrorCallback onError);
+    Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+         const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError);
 
     // Any thread:
     [[nodiscard]] std::int64_t activePairs() const { return activePairs_; }

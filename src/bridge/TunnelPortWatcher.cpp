@@ -24,7 +24,8 @@ constexpr const char* queueLabel = "com.local.mirel.Quillbay.tunnel-port-watcher
 std::optional<std::uint16_t> tunnelPortInLogLine(std::string_view line) {
     static const re2::RE2 pattern("Got tunnel endpoint: '[^']*:(\\d+)'");
     re2::StringPiece digits;
-    if (!re2::RE2::PartialMatch(re2::StringPiece(line.data(), line.size()), pattern, &digits)) return std::nullopt;
+    if (!re2::RE2::PartialMatch(re2::StringPiece(line.data(), line.size()), pattern, &digits))
+        return std::nullopt;
     std::uint16_t port = 0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), port);
     if (result.ec != std::errc{}) return std::nullopt;
@@ -57,7 +58,8 @@ struct TunnelPortWatcher::Session : std::enable_shared_from_this<Session> {
     }
 
     const ChildProcess child;
-    /// A copy, so that the owner may change its own on the main queue while this one is called on the watcher's.
+    /// A copy, so that the owner may change its own on the main queue while this one is called on the
+    /// watcher's.
     const std::function<void(std::uint16_t)> onPort;
     LineBuffer lines;
     std::atomic<bool> stopped = false;
@@ -67,7 +69,9 @@ struct TunnelPortWatcher::Session : std::enable_shared_from_this<Session> {
 TunnelPortWatcher::TunnelPortWatcher(HostTools tools, NetworkThreads& network)
     : tools_(std::move(tools)), network_(network) {}
 
-TunnelPortWatcher::~TunnelPortWatcher() { stop(); }
+TunnelPortWatcher::~TunnelPortWatcher() {
+    stop();
+}
 
 void TunnelPortWatcher::start() {
     stop();

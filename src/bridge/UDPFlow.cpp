@@ -16,7 +16,8 @@ namespace {
 // Enough to make a burst cheap, few enough that others get their turn.
 constexpr int datagramsPerTurn = 64;
 
-// The phone's host or a router on the way said that nobody is there: this is how it appears on a directed socket.
+// The phone's host or a router on the way said that nobody is there: this is how it appears on a directed
+// socket.
 bool isPeerGone(int error) {
     return error == ECONNREFUSED || error == EHOSTUNREACH || error == ENETUNREACH || error == ECONNRESET ||
            error == EPIPE || error == EBADF || error == ENOTCONN;

@@ -25,8 +25,8 @@ class UDPFlowOwner {
     ~UDPFlowOwner() = default;
 };
 
-/// One client's socket towards the phone. Lives on its relay's loop and is held by the relay until it ends; the wait for
-/// the phone holds it too, and the relay weakly: when that is gone, the next datagram is the last.
+/// One client's socket towards the phone. Lives on its relay's loop and is held by the relay until an error
+/// ends it or the relay closes it; it holds the relay weakly.
 class UDPFlow : public std::enable_shared_from_this<UDPFlow> {
  public:
     /// Takes a fresh socket and directs it at the phone. Throws std::system_error when that fails.

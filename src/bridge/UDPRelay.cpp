@@ -6,21 +6,33 @@
 
 namespace quillbay {
 
-UDPRelay::UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort, std::string remoteHost,
-                   std::uint16_t remotePort)
+UDPRelay::UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
+                   std::string remoteHost, std::uint16_t remotePort)
     : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
                                    remotePort, onError)) {}
 
-UDPRelay::~UDPRelay() { core_->abandon(); }
+UDPRelay::~UDPRelay() {
+    core_->abandon();
+}
 
-void UDPRelay::start() { core_->start(); }
+void UDPRelay::start() {
+    core_->start();
+}
 
-void UDPRelay::startBlocking(std::chrono::milliseconds timeout) { core_->startBlocking(timeout); }
+void UDPRelay::startBlocking(std::chrono::milliseconds timeout) {
+    core_->startBlocking(timeout);
+}
 
-void UDPRelay::stop() { core_->stop(); }
+void UDPRelay::stop() {
+    core_->stop();
+}
 
-std::size_t UDPRelay::connectionCount() const { return core_->stopped() ? 0 : 2 * core_->flows(); }
+std::size_t UDPRelay::connectionCount() const {
+    return core_->stopped() ? 0 : 2 * core_->flows();
+}
 
-std::uint16_t UDPRelay::boundPort() const { return core_->stopped() ? std::uint16_t{0} : core_->port(); }
+std::uint16_t UDPRelay::boundPort() const {
+    return core_->stopped() ? std::uint16_t{0} : core_->port();
+}
 
 }  // namespace quillbay

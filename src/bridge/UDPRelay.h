@@ -12,9 +12,10 @@
 
 namespace quillbay {
 
-/// The datagram twin of the TCP relay: what a client sends to one address and port of this computer goes to the phone
-/// from a socket of that client's own, and the phone's replies go back to the client that asked. Each datagram is passed
-/// on unchanged and in order; empty ones are dropped. A flow lives until an error ends it or the relay is stopped.
+/// The datagram twin of the TCP relay: what a client sends to one address and port of this computer goes to
+/// the phone from a socket of that client's own, and the phone's replies go back to the client that asked.
+/// Each datagram is passed on unchanged and in order; empty ones are dropped. A flow lives until an error
+/// ends it or the relay is stopped.
 class UDPRelay {
  public:
     /// Does nothing yet. The relay's queue is labelled "com.local.mirel.Quillbay.udp-relay." + `localPort`.
@@ -22,13 +23,13 @@ class UDPRelay {
     UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort, std::string remoteHost,
              std::uint16_t remotePort);
 
-    /// Closes the listener. Flows that are up are not re-armed after their next datagram.
+    /// Closes the listener and, since no reply can be passed back any more, the flows.
     ~UDPRelay();
     UDPRelay(const UDPRelay&) = delete;
     UDPRelay& operator=(const UDPRelay&) = delete;
 
-    /// Called on the relay's queue when the listener fails after `start` returned (its bind included), or after
-    /// `startBlocking` succeeded. May be assigned at any time.
+    /// Called on the relay's queue when the listener fails after `start` returned (its bind included), or
+    /// after `startBlocking` succeeded. May be assigned at any time.
     RelayErrorCallback onError;
 
     /// Starts to listen without waiting for the result. Throws when the listener cannot be created.
@@ -38,8 +39,8 @@ class UDPRelay {
     /// RelayBindError when it is neither ready nor failed within `timeout`.
     void startBlocking(std::chrono::milliseconds timeout);
 
-    /// Cancels the listener and every flow. May be called more than once and before any start. The sockets are
-    /// closed on the relay's queue, before anything that is asked for later on the same port.
+    /// Cancels the listener and every flow. May be called more than once and before any start. The sockets
+    /// are closed on the relay's queue, before anything that is asked for later on the same port.
     void stop();
 
     /// How many flows (clients and their partners) are held. Any thread.

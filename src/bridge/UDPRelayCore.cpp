@@ -60,7 +60,8 @@ void UDPRelay::Core::receive() {
 }
 
 void UDPRelay::Core::passOn(const sockaddr_in& client, std::span<const char> datagram) {
-    // A flow that died since its last datagram is noticed here at the latest; this datagram then opens the next one.
+    // A flow that died since its last datagram is noticed here at the latest; this datagram then opens the
+    // next one.
     for (int attempt = 0; attempt < 2; ++attempt) {
         const auto flow = flowOf(client);
         if (!flow || flow->send(datagram) != UDPFlow::Sent::flowIsDead) return;
@@ -105,12 +106,13 @@ void UDPRelay::Core::flowEnded(UDPFlow& flow) {
 void UDPRelay::Core::cancelConnections() {
     const auto flows = std::exchange(flows_, {});
     flowCount_ = 0;
-    for (const auto& [key, flow] : flows) flow->close();
+    for (const auto& [key, flow] : flows)
+        flow->close();
 }
 
+// A flow cannot outlive the socket through which it answers, and nothing would ever end it.
 void UDPRelay::Core::forgetConnections() {
-    flows_.clear();
-    flowCount_ = 0;
+    cancelConnections();
 }
 
 }  // namespace quillbay

@@ -18,8 +18,8 @@ namespace quillbay {
 /// The part of a relay that lives on its loop: the listener and the table of flows.
 class UDPRelay::Core final : public RelayListener, public UDPFlowOwner {
  public:
-    Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort, const std::string& remoteHost,
-         std::uint16_t remotePort, RelayErrorCallback onError);
+    Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+         const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError);
 
     // Any thread:
     [[nodiscard]] std::size_t flows() const { return flowCount_; }

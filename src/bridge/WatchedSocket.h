@@ -10,14 +10,14 @@ namespace quillbay {
 
 /// Owns a non-blocking socket and tells when it can be read or written. Used on its loop only.
 ///
-/// A wait is for one event and sees what is there already. The handlers of waits that `close` cuts short never run
-/// to their end: they are dropped, with everything that they hold, on the loop.
+/// A wait is for one event and sees what is there already. The handlers of waits that `close` cuts short
+/// never run to their end: they are dropped, with everything that they hold, on the loop.
 class WatchedSocket {
  public:
     explicit WatchedSocket(boost::asio::io_context& loop) : descriptor_(loop) {}
 
-    /// Takes over an open socket, after closing the one it had. Throws std::system_error when the loop cannot watch
-    /// it; the socket is closed then.
+    /// Takes over an open socket, after closing the one it had. Throws std::system_error when the loop cannot
+    /// watch it; the socket is closed then.
     void adopt(UniqueDescriptor socket);
 
     /// -1 when closed.
@@ -43,9 +43,10 @@ class WatchedSocket {
 
     template <typename Handler>
     void wait(Descriptor::wait_type event, Handler handler) {
-        descriptor_.async_wait(event, [handler = std::move(handler)](const boost::system::error_code& error) mutable {
-            if (!error) handler();
-        });
+        descriptor_.async_wait(
+            event, [handler = std::move(handler)](const boost::system::error_code& error) mutable {
+                if (!error) handler();
+            });
     }
 
     Descriptor descriptor_;

@@ -13,7 +13,8 @@ namespace quillbay {
 namespace {
 
 void keepNewest(std::deque<std::string>& lines, std::int64_t most) {
-    while (lines.size() > static_cast<std::size_t>(most)) lines.pop_front();
+    while (lines.size() > static_cast<std::size_t>(most))
+        lines.pop_front();
 }
 
 std::filesystem::path preparedLogFile(const FileLocations& files) {
@@ -69,6 +70,8 @@ void AppLogStore::diagnostic(std::string_view text) {
     if (onDiagnosticLine) onDiagnosticLine(entry);
 }
 
-bool AppLogStore::flush(std::chrono::milliseconds limit) { return writer_.flush(limit); }
+bool AppLogStore::flush(std::chrono::milliseconds limit) {
+    return writer_.flush(limit);
+}
 
 }  // namespace quillbay

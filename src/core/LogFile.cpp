@@ -52,7 +52,8 @@ void LogFile::append(std::string_view line) const {
 
 std::optional<std::int64_t> LogFile::write(std::string_view line) const {
     // Non-blocking, because a pipe of this name would otherwise hold the queue for ever.
-    const UniqueDescriptor file(::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0600));
+    const UniqueDescriptor file(
+        ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file.valid()) return std::nullopt;
     const off_t before = ::lseek(file.get(), 0, SEEK_END);
     if (before < 0) return std::nullopt;
@@ -60,8 +61,8 @@ std::optional<std::int64_t> LogFile::write(std::string_view line) const {
     bytes.reserve(line.size() + 1);
     bytes.append(line).append(1, '\n');
     if (!writeWhole(file.get(), bytes)) {
-        // On a full disk the beginning of the line may have gone in. Half a character at its end would make the whole
-        // file unreadable as text, for ever.
+        // On a full disk the beginning of the line may have gone in. Half a character at its end would make
+        // the whole file unreadable as text, for ever.
         [[maybe_unused]] const int nothingLeftToTry = ::ftruncate(file.get(), before);
         return std::nullopt;
     }

@@ -12,9 +12,9 @@ namespace quillbay {
 /// The last `characters` user-perceived characters of a log; nothing when `text` is not valid UTF-8.
 std::optional<std::string> trimmedLog(std::string_view text, std::size_t characters);
 
-/// A text file that lines are appended to, and that is cut back to its last `maxBytes / 2` characters when it gets
-/// larger than `maxBytes`. It is opened, written and closed for every line, so it may be moved away at any time.
-/// Used on one queue. No failure is ever reported: a line that cannot be written is lost.
+/// A text file that lines are appended to, and that is cut back to its last `maxBytes / 2` characters when it
+/// gets larger than `maxBytes`. It is opened, written and closed for every line, so it may be moved away at
+/// any time. Used on one queue. No failure is ever reported: a line that cannot be written is lost.
 class LogFile {
  public:
     LogFile(std::filesystem::path path, std::int64_t maxBytes);

@@ -7,8 +7,8 @@
 
 namespace quillbay {
 
-/// Prints times as "yyyy-MM-dd HH:mm:ss.SSS" in the computer's time zone, 24-hour clock. Within one second only the
-/// milliseconds are printed anew; the time zone is looked at once a second. Used on one thread.
+/// Prints times as "yyyy-MM-dd HH:mm:ss.SSS" in the computer's time zone, 24-hour clock. Within one second
+/// only the milliseconds are printed anew; the time zone is looked at once a second. Used on one thread.
 class LogTimestamp {
  public:
     const std::string& format(std::chrono::system_clock::time_point time);

@@ -20,7 +20,8 @@ void LogWriter::submit(const std::string& entry, std::size_t timestampLength) {
 }
 
 bool LogWriter::mustDrop(std::size_t bytes) const {
-    // Once lines are missing, waiting for half keeps the gaps few and long: one note each, not one for every line.
+    // Once lines are missing, waiting for half keeps the gaps few and long: one note each, not one for every
+    // line.
     const std::size_t share = dropped_ > 0 ? 2 : 1;
     const std::size_t lines = waiting_->lines.load();
     return lines >= maxWaitingLines / share ||

@@ -14,8 +14,9 @@ namespace quillbay {
 
 /// Hands the lines of the log to its file on a queue, in their order, without ever making the caller wait.
 ///
-/// A disk that hangs or is too slow cannot fill the memory: at the bounds below, lines are dropped until half of what
-/// waits has been written, and a line in the file then says how many. Called on one thread; the queue is another.
+/// A disk that hangs or is too slow cannot fill the memory: at the bounds below, lines are dropped until half
+/// of what waits has been written, and a line in the file then says how many. Called on one thread; the queue
+/// is another.
 class LogWriter {
  public:
     /// What may wait for the disk. A burst of a bridge's start is a few hundred lines.

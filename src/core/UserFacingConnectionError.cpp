@@ -11,8 +11,8 @@ namespace quillbay::UserFacingConnectionError {
 
 namespace {
 
-/// The phrases that a failure text must all contain, in lower case, and the sentence for it; "%P" in the sentence is
-/// where the provider's name goes.
+/// The phrases that a failure text must all contain, in lower case, and the sentence for it; "%P" in the
+/// sentence is where the provider's name goes.
 struct Rule {
     std::string_view phrase;
     std::string_view secondPhrase;
@@ -20,22 +20,22 @@ struct Rule {
 };
 
 constexpr std::string_view notExposed =
-    "Wireless debugging isn't available over %P. On the iPhone, check Settings → Developer → Wireless Debugging.";
+    "Wireless debugging isn't available over %P. On the iPhone, check Settings → Developer → Wireless "
+    "Debugging.";
 constexpr std::string_view portChanged = "The device's debugging port may have changed. Try Scan port.";
 constexpr std::string_view wrongPort =
     "Reached the device, but not on the wireless debugging port. Try Scan port.";
-constexpr std::string_view localPortBusy =
-    "A required local port is busy. Try again, or restart Quillbay.";
+constexpr std::string_view localPortBusy = "A required local port is busy. Try again, or restart Quillbay.";
 
-// The first rule that fits gives the sentence, and the order decides many cases: a system error that says "refused" is
-// a busy local port, for example, since only the bridge itself says "refused the connection" about the phone.
+// The first rule that fits gives the sentence, and the order decides many cases: a system error that says
+// "refused" is a busy local port, for example, since only the bridge itself says "refused the connection"
+// about the phone.
 constexpr std::array<Rule, 14> rules{{
     {"still live on the local network", "",
      "The device is still on this Mac's local network. Move it to a different Wi\u2011Fi before bridging. "
      "Cellular won't work."},
     {"could not read local ip", "", "Couldn't determine this Mac's network address."},
-    {"none of the device", "responded",
-     "Couldn't reach the device. Confirm %P is connected on the iPhone."},
+    {"none of the device", "responded", "Couldn't reach the device. Confirm %P is connected on the iPhone."},
     {"isn't exposing remotepairingd", "", notExposed},
     {"no remotepairing", "path is healthy", notExposed},
     {"refused the connection", "", portChanged},

@@ -86,7 +86,8 @@ std::map<std::string, std::string> DeviceCtlLister::nameByUDID(const StopToken& 
     std::map<std::string, std::string> names;
     try {
         for (DeviceCtl& device : listDevices(token))
-            if (device.udid && device.name) names.insert_or_assign(uppercasedUDID(*device.udid), *device.name);
+            if (device.udid && device.name)
+                names.insert_or_assign(uppercasedUDID(*device.udid), *device.name);
     } catch (const DeviceCtlListerError&) {
         // Without the tool there are no names: an ordinary answer, which the callers are prepared for.
     }

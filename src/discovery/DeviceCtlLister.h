@@ -23,9 +23,9 @@ struct DeviceCtl {
     bool operator==(const DeviceCtl&) const = default;
 };
 
-/// Asks the developer tools through `devicectl` which iPhones they know. Keeps no state: every question runs the tool
-/// anew, and calls may overlap. All members block their caller for the whole run and belong on a background thread; a
-/// stop of the token ends the tool and the call, as a failure.
+/// Asks the developer tools through `devicectl` which iPhones they know. Keeps no state: every question runs
+/// the tool anew, and calls may overlap. All members block their caller for the whole run and belong on a
+/// background thread; a stop of the token ends the tool and the call, as a failure.
 class DeviceCtlLister {
  public:
     DeviceCtlLister(HostTools tools, FileLocations files, RandomSource& random);
@@ -33,7 +33,8 @@ class DeviceCtlLister {
     /// Throws DeviceCtlListerError (discovery/DeviceCtlListerError.h).
     [[nodiscard]] std::vector<DeviceCtl> listDevices(const StopToken& token = {}) const;
 
-    /// Device names by UDID in upper case; empty on any failure. Of two devices with one UDID, the last one counts.
+    /// Device names by UDID in upper case; empty on any failure. Of two devices with one UDID, the last one
+    /// counts.
     [[nodiscard]] std::map<std::string, std::string> nameByUDID(const StopToken& token = {}) const;
 
     /// The tunnel state of the device that owns the Bonjour host name; nothing on any failure.

@@ -31,7 +31,9 @@ struct DeviceCtlRunner::Session {
 DeviceCtlRunner::DeviceCtlRunner(HostTools tools, SerialQueue queue)
     : tools_(std::move(tools)), queue_(std::move(queue)) {}
 
-DeviceCtlRunner::~DeviceCtlRunner() { stop(); }
+DeviceCtlRunner::~DeviceCtlRunner() {
+    stop();
+}
 
 void DeviceCtlRunner::start(const std::vector<std::string>& arguments) {
     stop();

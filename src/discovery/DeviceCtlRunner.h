@@ -12,8 +12,8 @@
 
 namespace quillbay {
 
-/// Runs a `devicectl` child and hands on what it prints, line by line, while it runs. At most one child. `start` and
-/// `stop` belong to the owner's thread; the callbacks run on the queue.
+/// Runs a `devicectl` child and hands on what it prints, line by line, while it runs. At most one child.
+/// `start` and `stop` belong to the owner's thread; the callbacks run on the queue.
 class DeviceCtlRunner {
  public:
     DeviceCtlRunner(HostTools tools, SerialQueue queue);
@@ -22,11 +22,13 @@ class DeviceCtlRunner {
     DeviceCtlRunner(const DeviceCtlRunner&) = delete;
     DeviceCtlRunner& operator=(const DeviceCtlRunner&) = delete;
 
-    /// Called with each line of the child's standard output, without its line feed; with the last one also when no
-    /// line feed ends it. Lines of more than 64 KiB and output that is not UTF-8 are dropped. Set before `start`.
+    /// Called with each line of the child's standard output, without its line feed; with the last one also
+    /// when no line feed ends it. Lines of more than 64 KiB and output that is not UTF-8 are dropped. Set
+    /// before `start`.
     std::function<void(std::string)> onOutputLine;
 
-    /// Called once at the end of the child's output, after its last line; not after `stop`. Set before `start`.
+    /// Called once at the end of the child's output, after its last line; not after `stop`. Set before
+    /// `start`.
     std::function<void()> onOutputEnd;
 
     /// Launches `devicectl` with these arguments, after stopping a child that runs. Throws std::system_error.
@@ -35,8 +37,8 @@ class DeviceCtlRunner {
     /// Asks the child to end, without waiting, and drops what it still prints. May be called more than once.
     void stop();
 
-    /// Blocks until the child that was started last has ended or `token` is stopped; nothing in the second case, and
-    /// when none was started.
+    /// Blocks until the child that was started last has ended or `token` is stopped; nothing in the second
+    /// case, and when none was started.
     [[nodiscard]] std::optional<ExitStatus> waitForExit(const StopToken& token) const;
 
  private:

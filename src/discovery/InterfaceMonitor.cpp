@@ -64,7 +64,8 @@ void InterfaceMonitor::start() {
         });
         state_->queueThread = std::this_thread::get_id();
     });
-    // The first prompt is on the queue by now: when it has been handled, what the owner does next comes after it.
+    // The first prompt is on the queue by now: when it has been handled, what the owner does next comes after
+    // it.
     state_->queue.sync([] {});
 }
 

@@ -23,7 +23,8 @@ bool meansLost(int code) {
 
 }  // namespace
 
-AvahiError::AvahiError(const std::string& what, int code) : std::runtime_error(what + ": " + avahi_strerror(code)) {}
+AvahiError::AvahiError(const std::string& what, int code)
+    : std::runtime_error(what + ": " + avahi_strerror(code)) {}
 
 struct AvahiSession::Watch {
     const AvahiPoll* poll;
@@ -34,7 +35,8 @@ struct AvahiSession::Watch {
     }
 };
 
-AvahiSession::AvahiSession(Handlers handlers) : handlers_(std::move(handlers)), poll_(avahi_simple_poll_new()) {
+AvahiSession::AvahiSession(Handlers handlers)
+    : handlers_(std::move(handlers)), poll_(avahi_simple_poll_new()) {
     if (poll_ == nullptr) throw std::bad_alloc();
 }
 
@@ -48,7 +50,9 @@ AvahiSession::~AvahiSession() {
 void AvahiSession::watch(int descriptor, AvahiWatchEvent events, std::function<void()> handler) {
     const AvahiPoll* poll = avahi_simple_poll_get(poll_);
     watch_ = std::make_unique<Watch>(Watch{poll, nullptr, std::move(handler)});
-    const auto callback = [](AvahiWatch*, int, AvahiWatchEvent, void* data) { static_cast<Watch*>(data)->handler(); };
+    const auto callback = [](AvahiWatch*, int, AvahiWatchEvent, void* data) {
+        static_cast<Watch*>(data)->handler();
+    };
     watch_->watch = poll->watch_new(poll, descriptor, events, callback, watch_.get());
     if (watch_->watch == nullptr) throw std::bad_alloc();
 }

@@ -17,12 +17,13 @@ class AvahiError : public std::runtime_error {
     AvahiError(const std::string& what, int code);
 };
 
-/// A connection to the mDNS daemon that outlives restarts of the daemon and of the bus, and the loop on which all of
-/// its events are handled. One thread.
+/// A connection to the mDNS daemon that outlives restarts of the daemon and of the bus, and the loop on which
+/// all of its events are handled. One thread.
 class AvahiSession {
  public:
-    /// `onUp` is called whenever a running daemon has been reached; `onDown` before everything that was made with the
-    /// last connection is freed together with it. A call in `onUp` that fails throws AvahiError through `check`.
+    /// `onUp` is called whenever a running daemon has been reached; `onDown` before everything that was made
+    /// with the last connection is freed together with it. A call in `onUp` that fails throws AvahiError
+    /// through `check`.
     struct Handlers {
         std::function<void(AvahiClient*)> onUp;
         std::function<void()> onDown;
@@ -36,8 +37,8 @@ class AvahiSession {
     /// Has `handler` called when `descriptor` shows one of `events`.
     void watch(int descriptor, AvahiWatchEvent events, std::function<void()> handler);
 
-    /// Handles events until `finish`, and returns its status. Throws AvahiError when the bus cannot be reached at first
-    /// or the daemon refuses to talk.
+    /// Handles events until `finish`, and returns its status. Throws AvahiError when the bus cannot be
+    /// reached at first or the daemon refuses to talk.
     int run();
 
     /// Makes `run` return. The first status stays.
@@ -46,11 +47,12 @@ class AvahiSession {
     /// Makes `run` throw: for callbacks of the library, which must not be left by an exception.
     void fail(AvahiError error);
 
-    /// Has `task` called once on the loop after `milliseconds`, in place of an earlier one that has not been called.
+    /// Has `task` called once on the loop after `milliseconds`, in place of an earlier one that has not been
+    /// called.
     void callLater(unsigned milliseconds, std::function<void()> task);
 
-    /// Throws AvahiError when `code`, the result of the library's `call`, is negative. A connection that was lost in
-    /// the middle is no error here: it is made again, and `onUp` called again. Returns false then.
+    /// Throws AvahiError when `code`, the result of the library's `call`, is negative. A connection that was
+    /// lost in the middle is no error here: it is made again, and `onUp` called again. Returns false then.
     bool check(const std::string& call, int code);
 
     [[nodiscard]] AvahiClient* client() const { return client_; }

@@ -35,7 +35,8 @@ std::string withoutTrailingDot(std::string name) {
 bool isServiceLabel(std::string_view label) {
     if (label.size() < 2 || label.size() > maximumLabelBytes || label[0] != '_') return false;
     return std::all_of(label.begin() + 1, label.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+               c == '_';
     });
 }
 
@@ -56,7 +57,8 @@ std::string domain(const std::string& text) {
 
 std::string instanceName(const std::string& text) {
     if (text.empty() || text.size() > maximumLabelBytes)
-        throw Refusal(fmt::format("an instance name has 1 to {} bytes, not {}", maximumLabelBytes, text.size()));
+        throw Refusal(
+            fmt::format("an instance name has 1 to {} bytes, not {}", maximumLabelBytes, text.size()));
     return text;
 }
 
@@ -85,13 +87,15 @@ std::string ipv4Address(const std::string& text) {
 
 std::vector<std::string> txtStrings(std::vector<std::string> strings) {
     for (const std::string& string : strings) {
-        if (string.find('=') == std::string::npos) throw Refusal(fmt::format("\"{}\" is not KEY=VALUE", string));
+        if (string.find('=') == std::string::npos)
+            throw Refusal(fmt::format("\"{}\" is not KEY=VALUE", string));
         if (string.size() > TXTRecord::maximumStringBytes)
             throw Refusal(fmt::format("a KEY=VALUE of {} bytes is longer than {}", string.size(),
                                       TXTRecord::maximumStringBytes));
     }
     if (!TXTRecord::encode(strings))
-        throw Refusal(fmt::format("the KEY=VALUE arguments need more than {} bytes", TXTRecord::maximumBytes));
+        throw Refusal(
+            fmt::format("the KEY=VALUE arguments need more than {} bytes", TXTRecord::maximumBytes));
     return strings;
 }
 

@@ -14,8 +14,8 @@ struct DumpCommand {
     bool operator==(const DumpCommand&) const = default;
 };
 
-/// `-i IFACE -P NAME TYPE DOMAIN PORT HOST ADDRESS [KEY=VALUE…]`: registers a service on behalf of another host, until it
-/// is ended.
+/// `-i IFACE -P NAME TYPE DOMAIN PORT HOST ADDRESS [KEY=VALUE…]`: registers a service on behalf of another
+/// host, until it is ended.
 struct ProxyCommand {
     std::string interfaceName;
     std::string instanceName;
@@ -30,7 +30,8 @@ struct ProxyCommand {
     bool operator==(const ProxyCommand&) const = default;
 };
 
-/// What is wrong with the arguments, in a sentence without a full stop; empty when they are no known form at all.
+/// What is wrong with the arguments, in a sentence without a full stop; empty when they are no known form at
+/// all.
 struct UsageError {
     std::string reason;
     bool operator==(const UsageError&) const = default;
@@ -38,8 +39,8 @@ struct UsageError {
 
 using CommandLine = std::variant<DumpCommand, ProxyCommand, UsageError>;
 
-/// Reads the arguments without the program's name. Does not look at the system: whether the interface exists is found
-/// out by whoever uses it.
+/// Reads the arguments without the program's name. Does not look at the system: whether the interface exists
+/// is found out by whoever uses it.
 CommandLine parseCommandLine(const std::vector<std::string>& arguments);
 
 /// One line, without its line feed.

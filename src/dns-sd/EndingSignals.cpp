@@ -28,6 +28,8 @@ EndingSignals::EndingSignals() {
     sigprocmask(SIG_BLOCK, &set, nullptr);
 }
 
-EndingSignals::~EndingSignals() { close(descriptor_); }
+EndingSignals::~EndingSignals() {
+    close(descriptor_);
+}
 
 }  // namespace quillbay::dnssd

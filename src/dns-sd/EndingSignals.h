@@ -2,8 +2,8 @@
 
 namespace quillbay::dnssd {
 
-/// Turns SIGTERM and SIGINT into something to wait for (signalfd(2)) in place of the end of the process, for as long as
-/// it exists. One at a time, before any thread is started.
+/// Turns SIGTERM and SIGINT into something to wait for (signalfd(2)) in place of the end of the process, for
+/// as long as it exists. One at a time, before any thread is started.
 class EndingSignals {
  public:
     /// Throws std::system_error.

@@ -18,8 +18,8 @@ namespace quillbay::dnssd {
 
 namespace {
 
-/// A registration that is just being ended by its process still holds the name for up to 0.2 s (seen with SIGKILL), so
-/// a name taken on this computer is asked for again for three seconds.
+/// A registration that is just being ended by its process still holds the name for up to 0.2 s (seen with
+/// SIGKILL), so a name taken on this computer is asked for again for three seconds.
 constexpr unsigned collisionRetryMilliseconds = 150;
 constexpr unsigned collisionRetries = 20;
 
@@ -27,7 +27,8 @@ using StringList = std::unique_ptr<AvahiStringList, decltype(&avahi_string_list_
 
 StringList stringList(const std::vector<std::string>& strings) {
     StringList list(nullptr, avahi_string_list_free);
-    // The list grows at its front, and the daemon turns it round once more: the record then has the order given.
+    // The list grows at its front, and the daemon turns it round once more: the record then has the order
+    // given.
     for (const std::string& string : strings) {
         const auto* const bytes = reinterpret_cast<const std::uint8_t*>(string.data());
         AvahiStringList* const longer = avahi_string_list_add_arbitrary(list.get(), bytes, string.size());
@@ -47,7 +48,9 @@ ProxyRegistration::ProxyRegistration(ProxyCommand command, unsigned interfaceInd
     session_.watch(signals_.descriptor(), AVAHI_WATCH_IN, [this] { session_.finish(0); });
 }
 
-ProxyRegistration::~ProxyRegistration() { withdraw(); }
+ProxyRegistration::~ProxyRegistration() {
+    withdraw();
+}
 
 int ProxyRegistration::run() {
     const int status = session_.run();
@@ -56,7 +59,8 @@ int ProxyRegistration::run() {
 }
 
 void ProxyRegistration::withdraw() {
-    // What the daemon answers does not matter: it withdraws the records of a client that goes away in any case.
+    // What the daemon answers does not matter: it withdraws the records of a client that goes away in any
+    // case.
     if (group_ != nullptr) avahi_entry_group_free(group_);
     group_ = nullptr;
 }
@@ -81,14 +85,15 @@ bool ProxyRegistration::addRecords() {
     if (avahi_address_parse(command_.address.c_str(), AVAHI_PROTO_INET, &address) == nullptr)
         throw AvahiError("the address " + command_.address, AVAHI_ERR_INVALID_ADDRESS);
     // No reverse record: the address is that of this computer and keeps its own name.
-    const int added = avahi_entry_group_add_address(group_, interfaceIndex_, AVAHI_PROTO_INET, AVAHI_PUBLISH_NO_REVERSE,
-                                                    command_.host.c_str(), &address);
+    const int added = avahi_entry_group_add_address(
+        group_, interfaceIndex_, AVAHI_PROTO_INET, AVAHI_PUBLISH_NO_REVERSE, command_.host.c_str(), &address);
     if (!session_.check("the address of " + command_.host, added)) return false;
 
     const StringList txt = stringList(command_.txt);
     const int result = avahi_entry_group_add_service_strlst(
         group_, interfaceIndex_, AVAHI_PROTO_INET, AVAHI_PUBLISH_NO_COOKIE, command_.instanceName.c_str(),
-        command_.serviceType.c_str(), command_.domain.c_str(), command_.host.c_str(), command_.port, txt.get());
+        command_.serviceType.c_str(), command_.domain.c_str(), command_.host.c_str(), command_.port,
+        txt.get());
     if (result != AVAHI_ERR_COLLISION) return session_.check("the service", result);
     if (++localCollisions_ > collisionRetries) {
         endInConflict("another program on this computer has registered it");
@@ -102,10 +107,10 @@ void ProxyRegistration::handleState(AvahiEntryGroupState state) {
     switch (state) {
         case AVAHI_ENTRY_GROUP_ESTABLISHED: {
             localCollisions_ = 0;
-            const std::string line =
-                fmt::format("Registered {}.{}.{} on {}: {} {} port {}\n", ZoneText::escapedLabel(command_.instanceName),
-                            command_.serviceType, command_.domain, command_.interfaceName, command_.host, command_.address,
-                            command_.port);
+            const std::string line = fmt::format(
+                "Registered {}.{}.{} on {}: {} {} port {}\n", ZoneText::escapedLabel(command_.instanceName),
+                command_.serviceType, command_.domain, command_.interfaceName, command_.host,
+                command_.address, command_.port);
             // Nobody has to listen: the registration is what counts.
             std::fputs(line.c_str(), stdout);
             std::fflush(stdout);
@@ -124,9 +129,10 @@ void ProxyRegistration::handleState(AvahiEntryGroupState state) {
 }
 
 void ProxyRegistration::endInConflict(const char* reason) {
-    const std::string line = fmt::format("Name conflict: {}.{}.{} at {} is in use; {}. The registration is withdrawn.\n",
-                                         ZoneText::escapedLabel(command_.instanceName), command_.serviceType,
-                                         command_.domain, command_.host, reason);
+    const std::string line =
+        fmt::format("Name conflict: {}.{}.{} at {} is in use; {}. The registration is withdrawn.\n",
+                    ZoneText::escapedLabel(command_.instanceName), command_.serviceType, command_.domain,
+                    command_.host, reason);
     std::fputs(line.c_str(), stderr);
     session_.finish(1);
 }

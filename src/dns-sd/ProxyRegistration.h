@@ -10,10 +10,12 @@ namespace quillbay::dnssd {
 
 /// Registers a service and the address of its host on behalf of that host, on one interface and IPv4 only.
 ///
-///     connecting ── daemon runs ──> probing ── nobody objects ──> registered ── SIGTERM, SIGINT ──> withdrawn, status 0
+///     connecting ── daemon runs ──> probing ── nobody objects ──> registered ── SIGTERM, SIGINT ──>
+///     withdrawn, status 0
 ///         ^                            │                               │
 ///         └──── daemon is restarted ───┴──────────────────────────────┤
-///                                                                      └── host is back ──> withdrawn, status 1
+///                                                                      └── host is back ──> withdrawn,
+///                                                                      status 1
 ///
 /// A name in use is never changed for another one: whoever holds it is the host itself.
 class ProxyRegistration {
@@ -24,7 +26,8 @@ class ProxyRegistration {
     ProxyRegistration(const ProxyRegistration&) = delete;
     ProxyRegistration& operator=(const ProxyRegistration&) = delete;
 
-    /// Registers, and returns the exit status when the registration has ended. Throws AvahiError and std::system_error.
+    /// Registers, and returns the exit status when the registration has ended. Throws AvahiError and
+    /// std::system_error.
     int run();
 
  private:

@@ -11,7 +11,8 @@ void RecordHistory::add(int interface, int protocol, std::string_view data) {
 }
 
 void RecordHistory::remove(int interface, int protocol, std::string_view data) {
-    const auto found = std::find(entries_.begin(), entries_.end(), Entry{interface, protocol, std::string(data)});
+    const auto found =
+        std::find(entries_.begin(), entries_.end(), Entry{interface, protocol, std::string(data)});
     if (found != entries_.end()) entries_.erase(found);
 }
 

@@ -15,7 +15,8 @@ namespace quillbay::dnssd {
 ///     2          priority
 ///     2          weight
 ///     2          port, big-endian
-///     …          target: labels, each a length (0 to 63) and its bytes, up to the empty label; not compressed
+///     …          target: labels, each a length (0 to 63) and its bytes, up to the empty label; not
+///     compressed
 struct SRVRecord {
     std::uint16_t priority = 0;
     std::uint16_t weight = 0;
@@ -26,7 +27,8 @@ struct SRVRecord {
     /// The longest name in wire form (RFC 1035 section 2.3.4).
     static constexpr std::size_t maximumNameBytes = 255;
 
-    /// Nothing when the data is short, has something left over, or holds a name that is too long or compressed.
+    /// Nothing when the data is short, has something left over, or holds a name that is too long or
+    /// compressed.
     static std::optional<SRVRecord> decode(std::string_view data);
 
     bool operator==(const SRVRecord&) const = default;

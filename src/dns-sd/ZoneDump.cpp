@@ -51,17 +51,18 @@ struct ZoneDump::Instance {
 
     AvahiRecordBrowser* browseRecord(AvahiClient* client, const char* fullName, std::uint16_t type) {
         AvahiRecordBrowser* const made =
-            avahi_record_browser_new(client, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, fullName, classInternet, type,
-                                     AVAHI_LOOKUP_USE_MULTICAST, handleRecord, this);
+            avahi_record_browser_new(client, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, fullName, classInternet,
+                                     type, AVAHI_LOOKUP_USE_MULTICAST, handleRecord, this);
         // An instance that cannot be looked at is not printed; the others are.
         if (made == nullptr)
-            std::fputs(fmt::format("{}: {}\n", fullName, avahi_strerror(avahi_client_errno(client))).c_str(), stderr);
+            std::fputs(fmt::format("{}: {}\n", fullName, avahi_strerror(avahi_client_errno(client))).c_str(),
+                       stderr);
         return made;
     }
 
     static void handleRecord(AvahiRecordBrowser*, AvahiIfIndex interface, AvahiProtocol protocol,
-                             AvahiBrowserEvent event, const char*, std::uint16_t, std::uint16_t type, const void* data,
-                             std::size_t size, AvahiLookupResultFlags, void* self) {
+                             AvahiBrowserEvent event, const char*, std::uint16_t, std::uint16_t type,
+                             const void* data, std::size_t size, AvahiLookupResultFlags, void* self) {
         if (event != AVAHI_BROWSER_NEW && event != AVAHI_BROWSER_REMOVE) return;
         auto& instance = *static_cast<Instance*>(self);
         RecordHistory& records = type == typeSRV ? instance.services : instance.texts;
@@ -82,9 +83,13 @@ ZoneDump::ZoneDump(DumpCommand command)
     session_.watch(STDOUT_FILENO, AVAHI_WATCH_ERR, [this] { session_.finish(1); });
 }
 
-ZoneDump::~ZoneDump() { forget(); }
+ZoneDump::~ZoneDump() {
+    forget();
+}
 
-int ZoneDump::run() { return session_.run(); }
+int ZoneDump::run() {
+    return session_.run();
+}
 
 void ZoneDump::forget() {
     instances_.clear();
@@ -94,8 +99,8 @@ void ZoneDump::forget() {
 
 void ZoneDump::browse(AvahiClient* client) {
     const auto callback = [](AvahiServiceBrowser* browser, AvahiIfIndex interface, AvahiProtocol protocol,
-                             AvahiBrowserEvent event, const char* name, const char*, const char*, AvahiLookupResultFlags,
-                             void* self) {
+                             AvahiBrowserEvent event, const char* name, const char*, const char*,
+                             AvahiLookupResultFlags, void* self) {
         auto* const dump = static_cast<ZoneDump*>(self);
         if (event == AVAHI_BROWSER_FAILURE) {
             const int code = avahi_client_errno(avahi_service_browser_get_client(browser));
@@ -104,9 +109,11 @@ void ZoneDump::browse(AvahiClient* client) {
             dump->handleInstance(event, {interface, protocol}, name);
         }
     };
-    browser_ = avahi_service_browser_new(client, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, command_.serviceType.c_str(),
-                                         command_.domain.c_str(), AVAHI_LOOKUP_USE_MULTICAST, callback, this);
-    if (browser_ == nullptr) session_.check("browsing for " + command_.serviceType, avahi_client_errno(client));
+    browser_ =
+        avahi_service_browser_new(client, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, command_.serviceType.c_str(),
+                                  command_.domain.c_str(), AVAHI_LOOKUP_USE_MULTICAST, callback, this);
+    if (browser_ == nullptr)
+        session_.check("browsing for " + command_.serviceType, avahi_client_errno(client));
 }
 
 void ZoneDump::handleInstance(AvahiBrowserEvent event, Place place, const std::string& name) {
@@ -122,7 +129,9 @@ void ZoneDump::add(Place place, const std::string& name) {
     }
     if (instances_.size() >= maximumInstances) {
         if (!std::exchange(overflowReported_, true))
-            std::fputs(fmt::format("more than {} instances: the others are left out\n", maximumInstances).c_str(), stderr);
+            std::fputs(
+                fmt::format("more than {} instances: the others are left out\n", maximumInstances).c_str(),
+                stderr);
         return;
     }
     std::array<char, AVAHI_DOMAIN_NAME_MAX> fullName{};

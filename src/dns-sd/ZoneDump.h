@@ -14,12 +14,13 @@
 
 namespace quillbay::dnssd {
 
-/// Prints the records of every instance of a service type on standard output, whenever one appears or changes.
+/// Prints the records of every instance of a service type on standard output, whenever one appears or
+/// changes.
 ///
-/// Each instance is browsed for on its own: its SRV and TXT records are read as they were on the wire, because what
-/// the daemon's resolver hands on has its strings in another order. An instance is printed once both are
-/// known, and again whenever the newest of either differs from what was printed; the number of interfaces that show
-/// it makes no difference.
+/// Each instance is browsed for on its own: its SRV and TXT records are read as they were on the wire,
+/// because what the daemon's resolver hands on has its strings in another order. An instance is printed once
+/// both are known, and again whenever the newest of either differs from what was printed; the number of
+/// interfaces that show it makes no difference.
 class ZoneDump {
  public:
     explicit ZoneDump(DumpCommand command);
@@ -30,7 +31,8 @@ class ZoneDump {
     /// Prints until nobody can read it any more, and returns the exit status then. Throws AvahiError.
     int run();
 
-    /// How many instances are followed at a time: the daemon allows a client 1,024 objects, and each takes two.
+    /// How many instances are followed at a time: the daemon allows a client 1,024 objects, and each takes
+    /// two.
     static constexpr std::size_t maximumInstances = 400;
 
  private:

@@ -8,7 +8,8 @@ namespace quillbay::dnssd::ZoneText {
 
 namespace {
 
-/// How many bytes the well-formed UTF-8 character at the start of `text` has (Unicode 15, table 3-7); 0 for none.
+/// How many bytes the well-formed UTF-8 character at the start of `text` has (Unicode 15, table 3-7); 0 for
+/// none.
 std::size_t characterLength(std::string_view text) {
     const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const auto within = [&](std::size_t i, unsigned low, unsigned high) {
@@ -39,10 +40,12 @@ bool isControl(std::string_view character) {
 }
 
 void appendAsNumbers(std::string& out, std::string_view bytes) {
-    for (const char byte : bytes) out += fmt::format("\\{:03}", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    for (const char byte : bytes)
+        out += fmt::format("\\{:03}", static_cast<unsigned>(static_cast<unsigned char>(byte)));
 }
 
-/// `special`: the characters that get a backslash of their own; `numbered`: those that are written as a number.
+/// `special`: the characters that get a backslash of their own; `numbered`: those that are written as a
+/// number.
 std::string escaped(std::string_view text, std::string_view special, std::string_view numbered) {
     std::string out;
     out.reserve(text.size());
@@ -62,27 +65,33 @@ std::string escaped(std::string_view text, std::string_view special, std::string
 
 }  // namespace
 
-std::string escapedLabel(std::string_view label) { return escaped(label, ".\\", " "); }
+std::string escapedLabel(std::string_view label) {
+    return escaped(label, ".\\", " ");
+}
 
 std::string escapedName(const std::vector<std::string>& labels) {
     if (labels.empty()) return ".";
     std::string out;
-    for (const std::string& label : labels) out += escapedLabel(label) + ".";
+    for (const std::string& label : labels)
+        out += escapedLabel(label) + ".";
     return out;
 }
 
-std::string quotedString(std::string_view string) { return "\"" + escaped(string, "\"\\", "") + "\""; }
+std::string quotedString(std::string_view string) {
+    return "\"" + escaped(string, "\"\\", "") + "\"";
+}
 
-std::string instanceLines(std::string_view serviceType, std::string_view instanceName, const SRVRecord& service,
-                          const std::vector<std::string>& strings) {
+std::string instanceLines(std::string_view serviceType, std::string_view instanceName,
+                          const SRVRecord& service, const std::vector<std::string>& strings) {
     const std::string record = fmt::format("{}.{}", escapedLabel(instanceName), serviceType);
     std::string out = fmt::format("{:<47} PTR     {}\n", serviceType, record);
     // Priority and weight are always printed as 0: whoever copies the line into a zone chooses their own.
-    out += fmt::format("{:<47} SRV     0 0 {} {} ; Replace with unicast FQDN of target host\n", record, service.port,
-                       escapedName(service.target));
+    out += fmt::format("{:<47} SRV     0 0 {} {} ; Replace with unicast FQDN of target host\n", record,
+                       service.port, escapedName(service.target));
     out += fmt::format("{:<47} TXT    ", record);
     if (strings.empty()) out += " \"\"";
-    for (const std::string& string : strings) out += " " + quotedString(string);
+    for (const std::string& string : strings)
+        out += " " + quotedString(string);
     out += "\n";
     return out;
 }

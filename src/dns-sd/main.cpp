@@ -23,7 +23,9 @@ int execute(const UsageError& error) {
     return wrongUsage;
 }
 
-int execute(const DumpCommand& command) { return ZoneDump(command).run(); }
+int execute(const DumpCommand& command) {
+    return ZoneDump(command).run();
+}
 
 int execute(const ProxyCommand& command) {
     const unsigned index = if_nametoindex(command.interfaceName.c_str());

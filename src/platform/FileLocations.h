@@ -14,7 +14,7 @@ struct FileLocations {
     std::filesystem::path temporary;
 
     /// The system's: `~/Library/Application Support` and `~/Library/Preferences` on the Mac; `$XDG_DATA_HOME` and
-    /// `$XDG_CONFIG_HOME` with their defaults on Linux (XDG Base Directory Specification 0.8).
+    /// `$XDG_CONFIG_HOME` with their defaults on Linux (XDG base directories, 0.8).
     /// Throws std::runtime_error when the user has no home directory: the process cannot go on then.
     static FileLocations system();
 };

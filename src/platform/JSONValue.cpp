@@ -104,7 +104,9 @@ JSONValue JSONValue::parse(std::string_view text, const JSONLimits& limits) {
     return builder.takeRoot();
 }
 
-bool JSONValue::boolean(std::string_view name) const { return read<bool>(value_, name, "a boolean"); }
+bool JSONValue::boolean(std::string_view name) const {
+    return read<bool>(value_, name, "a boolean");
+}
 
 const std::string& JSONValue::string(std::string_view name) const {
     return read<std::string>(value_, name, "a string");

@@ -26,10 +26,11 @@ struct JSONLimits {
 
 struct JSONMember;
 
-/// A JSON document (RFC 8259) from outside, read strictly: exact types, members in the document's order, UTF-8 only.
+/// A JSON document (RFC 8259) from outside, read strictly: exact types, members in the document's order,
+/// UTF-8 only.
 ///
-/// The readers throw JSONError when the value is of another kind; `name` is how the error's text calls the value.
-/// A member that occurs twice counts with its last value.
+/// The readers throw JSONError when the value is of another kind; `name` is how the error's text calls the
+/// value. A member that occurs twice counts with its last value.
 class JSONValue {
  public:
     JSONValue();
@@ -51,7 +52,8 @@ class JSONValue {
     /// A member of this object; nullptr when it is absent or null.
     [[nodiscard]] const JSONValue* member(std::string_view name) const;
 
-    /// A member of this object; JSONError when it is absent. (A null one is no value of any kind that can be read.)
+    /// A member of this object; JSONError when it is absent. (A null one is no value of any kind that can be
+    /// read.)
     [[nodiscard]] const JSONValue& requiredMember(std::string_view name) const;
 
  private:

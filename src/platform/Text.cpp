@@ -32,21 +32,61 @@ std::string_view withinBounds(std::string_view text) {
 /// `text` with U+FFFD for what is not UTF-8. `storage` holds the result where it differs.
 std::string_view repaired(std::string_view text, std::string& storage) {
     if (isValidUtf8(text)) return withinBounds(text);
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    const auto length = static_cast<std::int64_t>(text.size());
-    std::int64_t position = 0;
-    while (position < length) {
-        const std::int64_t start = position;
-        UChar32 character = 0;
-        U8_NEXT(bytes, position, length, character);
-        if (character < 0) {
-            storage += "\xEF\xBF\xBD";
-        } else {
-            storage +=
-                text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(position - start));
-        }
-    }
+    storage = wellFormedUtf8(text);
     return withinBounds(storage);
+}
+
+/// The library's reader of character boundaries, made when first needed.
+class Boundaries {
+ public:
+    ~Boundaries() { utext_close(&access_); }
+    Boundaries() = default;
+    Boundaries(const Boundaries&) = delete;
+    Boundaries& operator=(const Boundaries&) = delete;
+
+    /// Begins to read `text`, which must outlive the reading.
+    void read(std::string_view text) {
+        UErrorCode status = U_ZERO_ERROR;
+        if (!iterator_) {
+            iterator_.reset(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+            check(status, "no character boundaries");
+        }
+        // Reads the bytes where they are; a converted copy would cost twice the memory of the text.
+        utext_openUTF8(&access_, text.data(), static_cast<std::int64_t>(text.size()), &status);
+        iterator_->setText(&access_, status);
+        check(status, "no character boundaries");
+    }
+
+    /// The end of the next character, `icu::BreakIterator::DONE` after the last.
+    std::int32_t next() { return iterator_->next(); }
+
+ private:
+    UText access_ = UTEXT_INITIALIZER;
+    std::unique_ptr<icu::BreakIterator> iterator_;
+};
+
+bool isAscii(char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+
+/// True when a character ends between the bytes before and at `position` whatever else the text holds:
+/// nothing joins two ASCII characters but a carriage return and its line feed.
+bool isPlainBoundary(std::string_view text, std::size_t position) {
+    const char before = text[position - 1];
+    const char after = text[position];
+    return isAscii(before) && isAscii(after) && (before != '\r' || after != '\n');
+}
+
+/// The end of the stretch at `start` that the library has to read: a plain boundary from which on there are
+/// only plain ones for a while. To begin anew costs the library as much as about this many characters.
+std::size_t stretchEnd(std::string_view text, std::size_t start) {
+    constexpr std::size_t enough = 16;
+    std::size_t inARow = 0;
+    for (std::size_t position = start + 1; position < text.size(); ++position) {
+        inARow = isPlainBoundary(text, position) ? inARow + 1 : 0;
+        if (inARow == enough) return position - enough + 1;
+    }
+    return text.size();
 }
 
 struct Walk {
@@ -56,31 +96,40 @@ struct Walk {
 
 constexpr std::size_t toTheEnd = std::numeric_limits<std::size_t>::max();
 
-/// Goes over up to `count` characters from the beginning of valid UTF-8.
+/// Goes over up to `count` characters from the beginning of valid UTF-8: alone over plain boundaries, with
+/// the library over the stretches between them.
 ///
 /// Always forwards, also for the end of a text: whether two flags' letters belong together depends on how
-/// many stand before them, so a step backwards may have to look back over the whole text, and on a hostile
+/// many stand before them, so a step backwards may have to look back over the whole stretch, and on a hostile
 /// one every step would.
 Walk walk(std::string_view text, std::size_t count) {
-    UErrorCode status = U_ZERO_ERROR;
-    const std::unique_ptr<icu::BreakIterator> characters(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    check(status, "no character boundaries");
-    // Works on the bytes where they are; a converted copy would cost twice the memory of the text.
-    UText access = UTEXT_INITIALIZER;
-    utext_openUTF8(&access, text.data(), static_cast<std::int64_t>(text.size()), &status);
-    const std::unique_ptr<UText, UText* (*)(UText*)> closing(&access, &utext_close);
-    characters->setText(&access, status);
-    check(status, "no character boundaries");
-
     Walk done;
-    while (done.characters < count) {
-        const std::int32_t boundary = characters->next();
-        if (boundary == icu::BreakIterator::DONE) break;
-        ++done.characters;
-        done.bytes = static_cast<std::size_t>(boundary);
+    Boundaries boundaries;
+    while (done.characters < count && done.bytes < text.size()) {
+        const std::size_t start = done.bytes;
+        if (start + 1 == text.size() || isPlainBoundary(text, start + 1)) {
+            ++done.characters;
+            done.bytes = start + 1;
+            continue;
+        }
+        boundaries.read(text.substr(start, stretchEnd(text, start) - start));
+        while (done.characters < count) {
+            const std::int32_t boundary = boundaries.next();
+            if (boundary == icu::BreakIterator::DONE) break;
+            ++done.characters;
+            done.bytes = start + static_cast<std::size_t>(boundary);
+        }
     }
     return done;
+}
+
+/// The character of valid UTF-8 at `position`, which then is its end.
+UChar32 nextCharacter(std::string_view text, std::int64_t& position) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto length = static_cast<std::int64_t>(text.size());
+    UChar32 character = 0;
+    U8_NEXT(bytes, position, length, character);  // NOLINT(bugprone-inc-dec-in-conditions): inside the macro
+    return character;
 }
 
 }  // namespace
@@ -116,19 +165,16 @@ std::string trimmed(std::string_view text) {
     // The Unicode property White_Space is exactly the documented set.
     std::string storage;
     const std::string_view valid = repaired(text, storage);
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(valid.data());
-    const auto length = static_cast<std::int64_t>(valid.size());
-    std::int64_t first = length;
-    std::int64_t end = length;
-    for (std::int64_t position = 0; position < length;) {
-        const std::int64_t start = position;
-        UChar32 character = 0;
-        U8_NEXT(bytes, position, length, character);
-        if (u_isUWhiteSpace(character)) continue;
-        if (first == length) first = start;
-        end = position;
+    std::size_t first = valid.size();
+    std::size_t end = valid.size();
+    std::int64_t position = 0;
+    while (static_cast<std::size_t>(position) < valid.size()) {
+        const auto start = static_cast<std::size_t>(position);
+        if (u_isUWhiteSpace(nextCharacter(valid, position))) continue;
+        if (first == valid.size()) first = start;
+        end = static_cast<std::size_t>(position);
     }
-    return std::string(valid.substr(static_cast<std::size_t>(first), static_cast<std::size_t>(end - first)));
+    return std::string(valid.substr(first, end - first));
 }
 
 }  // namespace quillbay

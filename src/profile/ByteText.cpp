@@ -6,8 +6,8 @@ namespace quillbay {
 
 namespace {
 
-// U+10EE80 to U+10EEFF in UTF-8 is F4 8E BA 80 to F4 8E BB BF: the byte's upper bit and its next one are in the third
-// byte, the other six in the fourth.
+// U+10EE80 to U+10EEFF in UTF-8 is F4 8E BA 80 to F4 8E BB BF: the byte's upper bit and its next one are in
+// the third byte, the other six in the fourth.
 constexpr std::string_view standInLead = "\xF4\x8E";
 constexpr std::size_t standInLength = 4;
 

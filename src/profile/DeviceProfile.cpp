@@ -6,7 +6,9 @@
 
 namespace quillbay {
 
-std::string DeviceProfile::id() const { return bonjourHost + "#" + providerID.value_or(""); }
+std::string DeviceProfile::id() const {
+    return bonjourHost + "#" + providerID.value_or("");
+}
 
 std::string DeviceProfile::providerDisplayName() const {
     if (providerID == "manual") return "Manual IP";

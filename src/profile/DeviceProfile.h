@@ -7,8 +7,8 @@
 
 namespace quillbay {
 
-/// Everything that is remembered about one iPhone that is bridged: the Bonjour identity that it had on the local
-/// network, the mesh-VPN peer through which it is reached, the ports, and whether its bridge is wanted.
+/// Everything that is remembered about one iPhone that is bridged: the Bonjour identity that it had on the
+/// local network, the mesh-VPN peer through which it is reached, the ports, and whether its bridge is wanted.
 /// A plain value, compared field by field.
 struct DeviceProfile {
     std::string displayName;

@@ -69,7 +69,8 @@ nlohmann::ordered_json encodeProfile(const DeviceProfile& profile) {
     object["providerIP"] = textFromBytes(profile.providerIP);
     // Sorted and so without the ordered form's linear look-ups: a TXT record's size is the network's choice.
     nlohmann::json entries = nlohmann::json::object();
-    for (const auto& [key, value] : profile.txtRecord) entries[textFromBytes(key)] = textFromBytes(value);
+    for (const auto& [key, value] : profile.txtRecord)
+        entries[textFromBytes(key)] = textFromBytes(value);
     object["txtRecord"] = std::move(entries);
     if (profile.bridgeEnabled) object["bridgeEnabled"] = *profile.bridgeEnabled;
     return object;
@@ -82,13 +83,15 @@ std::vector<DeviceProfile> decodeProfiles(std::string_view document) {
     const std::vector<JSONValue>& elements = root.array("devices");
     std::vector<DeviceProfile> profiles;
     profiles.reserve(elements.size());
-    for (const JSONValue& element : elements) profiles.push_back(decodeProfile(element));
+    for (const JSONValue& element : elements)
+        profiles.push_back(decodeProfile(element));
     return profiles;
 }
 
 std::string encodeProfiles(const std::vector<DeviceProfile>& profiles) {
     auto document = nlohmann::ordered_json::array();
-    for (const DeviceProfile& profile : profiles) document.push_back(encodeProfile(profile));
+    for (const DeviceProfile& profile : profiles)
+        document.push_back(encodeProfile(profile));
     return document.dump();
 }
 

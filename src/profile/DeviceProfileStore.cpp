@@ -32,7 +32,8 @@ DeviceProfileStore::DeviceProfileStore(const FileLocations& files,
     try {
         makeDirectories(fileURL_.parent_path());
     } catch (const std::exception&) {
-        // Without the folder the list reads as empty and cannot be kept, which is all that can be done about it.
+        // Without the folder the list reads as empty and cannot be kept, which is all that can be done about
+        // it.
     }
 }
 
@@ -47,8 +48,9 @@ void DeviceProfileStore::save(const std::vector<DeviceProfile>& profiles) const 
         try {
             replaceFile(fileURL_, encodeProfiles(profiles));
         } catch (const std::exception&) {
-            // The list on the screen stays right for this run, and the file keeps its last good content: nobody at the
-            // screen could do more about a full or read-only disk than the system's own warnings already ask for.
+            // The file keeps its last good content, and the owner, who reads it back, shows that the change was
+            // not kept: nobody at the screen could do more about a full or read-only disk than the system's
+            // own warnings already ask for.
         }
     });
 }

@@ -11,17 +11,20 @@
 
 namespace quillbay {
 
-/// Keeps the list of profiles in one file, `devices.json`, which is the only truth: nothing is held in memory.
+/// Keeps the list of profiles in one file, `devices.json`, which is the only truth: nothing is held in
+/// memory.
 ///
 /// Owned by the coordinator and called on the main thread; every call waits for the disk, on the queue
-/// "com.local.mirel.Quillbay.device-store". No call reports a failure: what cannot be read is an empty list, and what
-/// cannot be written leaves the old file. A file that cannot be decoded is overwritten by the next change.
+/// "com.local.mirel.Quillbay.device-store". No call reports a failure: what cannot be read is an empty list,
+/// and what cannot be written leaves the old file. A file that cannot be decoded is overwritten by the next
+/// change.
 class DeviceProfileStore {
  public:
     /// Thousands of times what a long list of phones takes; a larger file is not one of ours.
     static constexpr std::size_t maxFileBytes = std::size_t{64} * 1024 * 1024;
 
-    /// Creates the folder `applicationSupportSubdirectory` in the application-support directory if it is missing.
+    /// Creates the folder `applicationSupportSubdirectory` in the application-support directory if it is
+    /// missing.
     DeviceProfileStore(const FileLocations& files, const std::string& applicationSupportSubdirectory);
 
     [[nodiscard]] std::vector<DeviceProfile> load() const;

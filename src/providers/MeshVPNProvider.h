@@ -37,17 +37,17 @@ struct MeshVPNProviderType {
 
     /// A provider that uses the client at `binaryPath`, unchecked, or searches for it when there is none.
     [[nodiscard]] std::unique_ptr<MeshVPNProvider> makeProvider(
-        std::optional<std::string> binaryPath = std::nullopt, ExecutableTest isExecutable = isExecutableFile) const {
+        std::optional<std::string> binaryPath = std::nullopt,
+        ExecutableTest isExecutable = isExecutableFile) const {
         return create(std::move(binaryPath), std::move(isExecutable));
     }
 
     /// The path that a provider without a given one uses.
-    [[nodiscard]] std::string defaultBinaryPath(
-        const ExecutableTest& isExecutable = isExecutableFile) const;
+    [[nodiscard]] std::string defaultBinaryPath(const ExecutableTest& isExecutable = isExecutableFile) const;
 };
 
-/// Drives the command-line client of one mesh VPN. All members may be called on any thread: the peers are listed in
-/// the background while the user edits the client's path.
+/// Drives the command-line client of one mesh VPN. All members may be called on any thread: the peers are
+/// listed in the background while the user edits the client's path.
 class MeshVPNProvider {
  public:
     virtual ~MeshVPNProvider() = default;
@@ -61,8 +61,8 @@ class MeshVPNProvider {
     /// True when `binaryPath` names an executable file now.
     [[nodiscard]] virtual bool isInstalled() const = 0;
 
-    /// Runs the client and returns the user's peers. Blocks for as long as the client runs, at most 15 seconds, or
-    /// until `token` is stopped. Throws MeshVPNProviderError and nothing else of its own.
+    /// Runs the client and returns the user's peers. Blocks for as long as the client runs, at most 15
+    /// seconds, or until `token` is stopped. Throws MeshVPNProviderError and nothing else of its own.
     [[nodiscard]] virtual std::vector<MeshVPNDevice> listDevices(const StopToken& token) const = 0;
 };
 

@@ -14,7 +14,8 @@ class MeshVPNProviderError : public std::runtime_error {
     /// The status of a client that did not end by itself or never started. No exit status is negative.
     static constexpr std::int32_t noExitStatus = -1;
 
-    /// The client exited with `status`, or has `noExitStatus`; `standardError` is what it said, or why there is none.
+    /// The client exited with `status`, or has `noExitStatus`; `standardError` is what it said, or why there
+    /// is none.
     static MeshVPNProviderError processFailed(std::int32_t status, std::string standardError);
 
     /// The client's document could not be read; `underlying` says why.

@@ -9,9 +9,8 @@
 namespace quillbay::MeshVPNProviderRegistry {
 
 const std::vector<MeshVPNProviderType>& all() {
-    static const std::vector<MeshVPNProviderType> types{TailscaleAdapter::providerType(),
-                                                        ZeroTierAdapter::providerType(),
-                                                        NetbirdAdapter::providerType()};
+    static const std::vector<MeshVPNProviderType> types{
+        TailscaleAdapter::providerType(), ZeroTierAdapter::providerType(), NetbirdAdapter::providerType()};
     return types;
 }
 

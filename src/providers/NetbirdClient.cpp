@@ -42,7 +42,8 @@ std::vector<MeshVPNDevice> decodeNetbirdStatus(std::string_view document) {
     const JSONValue* details = peers == nullptr ? nullptr : peers->member("details");
     if (details == nullptr) return {};
     std::vector<MeshVPNDevice> devices;
-    for (const JSONValue& peer : details->array("details")) devices.push_back(decodePeer(peer));
+    for (const JSONValue& peer : details->array("details"))
+        devices.push_back(decodePeer(peer));
     return devices;
 }
 

@@ -22,10 +22,11 @@ struct TailscaleDevice {
 /// The peers of a `tailscale status --json` document, in its order; this computer itself is not among them.
 ///
 ///     {"Peer": {"nodekey:…": {"HostName": "phone", "DNSName": "phone.tail1234.ts.net.",
-///                             "TailscaleIPs": ["100.64.0.7", "fd7a:115c:a1e0::7"], "Online": true, …}, …}, …}
+///                             "TailscaleIPs": ["100.64.0.7", "fd7a:115c:a1e0::7"], "Online": true, …}, …},
+///                             …}
 ///
-/// Every member may be missing or null; one of a wrong type throws JSONError. A peer key that occurs twice counts
-/// with its last value, in its first place.
+/// Every member may be missing or null; one of a wrong type throws JSONError. A peer key that occurs twice
+/// counts with its last value, in its first place.
 std::vector<TailscaleDevice> decodeTailscaleStatus(std::string_view document);
 
 /// Runs Tailscale's command-line client.

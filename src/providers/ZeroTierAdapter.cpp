@@ -20,6 +20,8 @@ const MeshVPNProviderType& ZeroTierAdapter::providerType() {
     return type;
 }
 
-std::vector<MeshVPNDevice> ZeroTierAdapter::listDevices(const StopToken& /*token*/) const { return {}; }
+std::vector<MeshVPNDevice> ZeroTierAdapter::listDevices(const StopToken& /*token*/) const {
+    return {};
+}
 
 }  // namespace quillbay

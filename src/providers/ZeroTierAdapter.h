@@ -7,8 +7,8 @@
 
 namespace quillbay {
 
-/// ZeroTier as a provider. Its client cannot list the peers of a network, so it is never run and the user types the
-/// phone's address; its presence only says that ZeroTier is installed.
+/// ZeroTier as a provider. Its client cannot list the peers of a network, so it is never run and the user
+/// types the phone's address; its presence only says that ZeroTier is installed.
 class ZeroTierAdapter final : public MeshVPNProvider {
  public:
     ZeroTierAdapter(std::optional<std::string> binaryPath, ExecutableTest isExecutable);

@@ -15,7 +15,8 @@
 namespace quillbay::children {
 
 /// Asks `done` until it says true, for at most a generous limit. Returns its last answer.
-inline bool eventually(const std::function<bool()>& done, std::chrono::seconds limit = std::chrono::seconds(20)) {
+inline bool eventually(const std::function<bool()>& done,
+                       std::chrono::seconds limit = std::chrono::seconds(20)) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!done()) {
         if (std::chrono::steady_clock::now() >= deadline) return done();
@@ -25,7 +26,9 @@ inline bool eventually(const std::function<bool()>& done, std::chrono::seconds l
 }
 
 /// False once the process has ended and been reaped.
-inline bool exists(pid_t pid) { return ::kill(pid, 0) == 0; }
+inline bool exists(pid_t pid) {
+    return ::kill(pid, 0) == 0;
+}
 
 inline std::string contentOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -45,7 +48,8 @@ inline std::vector<std::string> zeroEnded(const std::string& text) {
 
 /// How many descriptors this process has open.
 inline std::ptrdiff_t openDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/dev/fd"), std::filesystem::directory_iterator());
+    return std::distance(std::filesystem::directory_iterator("/dev/fd"),
+                         std::filesystem::directory_iterator());
 }
 
 }  // namespace quillbay::children

@@ -31,7 +31,9 @@ class DNSServiceProxyTest : public ::testing::Test {
         tools.dnsSD = {toolFolder + "/fake-dns-sd", {folder.path().string(), manner}};
     }
 
-    void setProcessList(const std::string& text) { std::ofstream(folder.path() / "ps", std::ios::binary) << text; }
+    void setProcessList(const std::string& text) {
+        std::ofstream(folder.path() / "ps", std::ios::binary) << text;
+    }
 
     /// The calls of `dns-sd` so far that have got as far as recording their arguments.
     [[nodiscard]] std::map<pid_t, Strings> calls() const {
@@ -68,7 +70,8 @@ class DNSServiceProxyTest : public ::testing::Test {
     }
 
     static Registration phone() {
-        return {"Phone", "_remotepairing._tcp", 49152, "iPhone.local", "192.168.77.1", "en0", {{"ver", "19"}}};
+        return {"Phone", "_remotepairing._tcp", 49152, "iPhone.local", "192.168.77.1",
+                "en0",   {{"ver", "19"}}};
     }
 
     fakes::TemporaryFolder folder;
@@ -89,8 +92,9 @@ TEST_F(DNSServiceProxyTest, a_txt_value_with_equals_and_blanks_reaches_the_child
     registration.txtRecord = {{"a", "b = c  d"}, {"b", ""}, {"q", "\"x\" '$HOME' \\ \n*"}};
     DNSServiceProxy proxy(tools);
     const pid_t pid = startAndWait(proxy, registration);
-    EXPECT_EQ(calls()[pid], (Strings{"-i", "en0", "-P", "Zoë's \"iPhone\" 📱\n2", "_remotepairing._tcp", "local", "49152",
-                                     "iPhone.local", "192.168.77.1", "a=b = c  d", "b=", "q=\"x\" '$HOME' \\ \n*"}));
+    EXPECT_EQ(calls()[pid],
+              (Strings{"-i", "en0", "-P", "Zoë's \"iPhone\" 📱\n2", "_remotepairing._tcp", "local", "49152",
+                       "iPhone.local", "192.168.77.1", "a=b = c  d", "b=", "q=\"x\" '$HOME' \\ \n*"}));
 }
 
 TEST_F(DNSServiceProxyTest, the_registration_lasts_until_stop_which_waits_for_its_end) {
@@ -153,9 +157,10 @@ TEST_F(DNSServiceProxyTest, start_ends_other_registrations_of_the_same_instance_
     const ChildProcess same = leftover();
     const ChildProcess longer = leftover();
     const ChildProcess other = leftover();
-    setProcessList("  " + std::to_string(same.pid()) + " /usr/bin/dns-sd -i en0 -P Phone _t._tcp local 1 h 1.2.3.4\n  " +
-                   std::to_string(longer.pid()) + " /usr/bin/dns-sd -i en0 -P Phone 2 _t._tcp local 1 h 1.2.3.4\n  " +
-                   std::to_string(other.pid()) + " /usr/bin/dns-sd -i en0 -P Tablet _t._tcp local 1 h 1.2.3.4\n");
+    setProcessList(
+        "  " + std::to_string(same.pid()) + " /usr/bin/dns-sd -i en0 -P Phone _t._tcp local 1 h 1.2.3.4\n  " +
+        std::to_string(longer.pid()) + " /usr/bin/dns-sd -i en0 -P Phone 2 _t._tcp local 1 h 1.2.3.4\n  " +
+        std::to_string(other.pid()) + " /usr/bin/dns-sd -i en0 -P Tablet _t._tcp local 1 h 1.2.3.4\n");
     DNSServiceProxy proxy(tools);
     startAndWait(proxy, phone());
     EXPECT_EQ(same.waitForExit().signal, SIGTERM);
@@ -172,7 +177,8 @@ TEST_F(DNSServiceProxyTest, a_failed_launch_is_thrown_with_its_cause) {
         FAIL() << "nothing was thrown";
     } catch (const DNSServiceProxy::ProxyError& error) {
         EXPECT_EQ(error.kind(), DNSServiceProxy::ProxyError::Kind::processLaunchFailed);
-        EXPECT_STREQ(error.what(), "processLaunchFailed(POSIXErrorCode(rawValue: 2): No such file or directory)");
+        EXPECT_STREQ(error.what(),
+                     "processLaunchFailed(POSIXErrorCode(rawValue: 2): No such file or directory)");
         EXPECT_EQ(printedError(error.underlying()), "POSIXErrorCode(rawValue: 2): No such file or directory");
     }
     proxy.stop();
@@ -196,13 +202,15 @@ TEST_F(DNSServiceProxyTest, the_clean_up_ends_every_leftover_and_says_so_once) {
     const ChildProcess second = leftover();
     const std::string one = std::to_string(first.pid());
     const std::string two = std::to_string(second.pid());
-    setProcessList("  " + one + " /usr/bin/dns-sd -i en0 -P A _t._tcp local 1 h 1.2.3.4\n" + two + " dns-sd -P B\n");
+    setProcessList("  " + one + " /usr/bin/dns-sd -i en0 -P A _t._tcp local 1 h 1.2.3.4\n" + two +
+                   " dns-sd -P B\n");
     Strings lines;
-    DNSServiceProxy::killAllOrphanedProxyProcesses(tools, [&](const std::string& line) { lines.push_back(line); });
+    DNSServiceProxy::killAllOrphanedProxyProcesses(tools,
+                                                   [&](const std::string& line) { lines.push_back(line); });
     EXPECT_EQ(first.waitForExit().signal, SIGTERM);
     EXPECT_EQ(second.waitForExit().signal, SIGTERM);
-    EXPECT_EQ(lines, Strings{"Cleared 2 leftover Bonjour proxy registration(s) from a previous launch (pid " + one + ", " +
-                             two + ")."});
+    EXPECT_EQ(lines, Strings{"Cleared 2 leftover Bonjour proxy registration(s) from a previous launch (pid " +
+                             one + ", " + two + ")."});
 }
 
 TEST_F(DNSServiceProxyTest, a_leftover_that_is_gone_by_now_is_counted_too) {
@@ -211,15 +219,17 @@ TEST_F(DNSServiceProxyTest, a_leftover_that_is_gone_by_now_is_counted_too) {
     const std::string pid = std::to_string(gone.pid());
     setProcessList(pid + " dns-sd -P A\n");
     Strings lines;
-    DNSServiceProxy::killAllOrphanedProxyProcesses(tools, [&](const std::string& line) { lines.push_back(line); });
-    EXPECT_EQ(lines, Strings{"Cleared 1 leftover Bonjour proxy registration(s) from a previous launch (pid " + pid + ")."});
+    DNSServiceProxy::killAllOrphanedProxyProcesses(tools,
+                                                   [&](const std::string& line) { lines.push_back(line); });
+    EXPECT_EQ(lines, Strings{"Cleared 1 leftover Bonjour proxy registration(s) from a previous launch (pid " +
+                             pid + ")."});
 }
 
 TEST_F(DNSServiceProxyTest, a_browse_or_zone_dump_is_never_signalled) {
     const ChildProcess browse = leftover();
     const ChildProcess dump = leftover();
-    setProcessList(std::to_string(browse.pid()) + " /usr/bin/dns-sd -B _t._tcp\n" + std::to_string(dump.pid()) +
-                   " /usr/bin/dns-sd -Z _t._tcp local\n");
+    setProcessList(std::to_string(browse.pid()) + " /usr/bin/dns-sd -B _t._tcp\n" +
+                   std::to_string(dump.pid()) + " /usr/bin/dns-sd -Z _t._tcp local\n");
     int lines = 0;
     DNSServiceProxy::killAllOrphanedProxyProcesses(tools, [&](const std::string&) { ++lines; });
     DNSServiceProxy::killOrphanedRegistrations(tools, "_t._tcp");
@@ -268,7 +278,8 @@ TEST_F(DNSServiceProxyTest, many_starts_and_stops_leave_no_descriptor_behind) {
     startAndWait(proxy, phone());
     proxy.stop();
     const auto before = children::openDescriptors();
-    for (int i = 0; i < 10; ++i) proxy.start(phone());
+    for (int i = 0; i < 10; ++i)
+        proxy.start(phone());
     proxy.stop();
     EXPECT_TRUE(eventually([&] { return children::openDescriptors() <= before; }));
 }

@@ -9,8 +9,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 TEST(MulticastQuery, is_one_question_for_everything_about_the_name) {
     EXPECT_EQ(makeMulticastQuery("Phone.local", 0x1234),
-              (Bytes{0x12, 0x34, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 5,    'p',  'h',  'o', 'n',
-                     'e',  5,    'l', 'o', 'c', 'a', 'l', 0, 0x00, 0xFF, 0x80, 0x01}));
+              (Bytes{0x12, 0x34, 0,   0, 0,   1,   0,   0,   0,   0, 0,    0,    5,    'p', 'h',
+                     'o',  'n',  'e', 5, 'l', 'o', 'c', 'a', 'l', 0, 0x00, 0xFF, 0x80, 0x01}));
 }
 
 TEST(MulticastQuery, a_trailing_dot_and_letter_case_make_no_difference) {
@@ -29,7 +29,8 @@ TEST(MulticastQuery, a_label_of_64_bytes_or_an_empty_host_gives_none) {
 
 TEST(MulticastQuery, counts_a_label_in_bytes) {
     std::string umlauts;
-    for (int i = 0; i < 32; ++i) umlauts += "\xC3\xBC";
+    for (int i = 0; i < 32; ++i)
+        umlauts += "\xC3\xBC";
     EXPECT_FALSE(makeMulticastQuery(umlauts, 1));
     EXPECT_TRUE(makeMulticastQuery(umlauts.substr(2), 1));
 }

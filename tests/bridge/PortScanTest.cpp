@@ -166,9 +166,9 @@ TEST_F(PortScanTest, a_stop_drops_the_running_probes_and_calls_nobody_afterwards
     scan.onProgress = [&](std::uint16_t) { ++calls; };
     scan.shouldContinue = [&] { return ++calls > 0; };
     const StopSource source;
-    auto report = std::async(std::launch::async,
-                             [&] { return probe_->scanForControlChannel(scan, source.token()); });
-    ASSERT_TRUE(eventually([&] { return server.openConnections() == 16; }));
+    auto report =
+        std::async(std::launch::async, [&] { return probe_->scanForControlChannel(scan, source.token()); });
+    EXPECT_TRUE(eventually([&] { return server.openConnections() == 16; }));
     int callsAtReturn = 0;
     EXPECT_LT(took([&] {
                   source.requestStop();

@@ -25,7 +25,8 @@ class ProbeFixture : public testing::Test {
         descriptors_ = openDescriptors();
         network_.emplace(2);
         // A loop opens its own descriptors for its first timer; some tests leave it none.
-        for (std::uint16_t loop = 0; loop < 2; ++loop) boost::asio::steady_timer(network_->contextFor(loop));
+        for (std::uint16_t loop = 0; loop < 2; ++loop)
+            boost::asio::steady_timer(network_->contextFor(loop));
         probe_.emplace(*network_, random_);
     }
     void TearDown() override {

@@ -63,8 +63,10 @@ bool ProbedServer::listen() {
 void ProbedServer::run() {
     while (!ending_) {
         std::vector<pollfd> entries;
-        for (const auto& listener : listeners_) entries.push_back({listener.get(), POLLIN, 0});
-        for (const auto& connection : connections_) entries.push_back({connection.socket.get(), POLLIN, 0});
+        for (const auto& listener : listeners_)
+            entries.push_back({listener.get(), POLLIN, 0});
+        for (const auto& connection : connections_)
+            entries.push_back({connection.socket.get(), POLLIN, 0});
         ::poll(entries.data(), static_cast<nfds_t>(entries.size()), 5);
         for (std::size_t i = 0; i < listeners_.size(); ++i)
             if (entries[i].revents != 0) accept(listeners_[i].get());
@@ -98,7 +100,8 @@ bool ProbedServer::serve(const Connection& connection) {
     std::string& text = received_[connection.index];
     text.append(bytes.data(), static_cast<std::size_t>(count));
     if (manner_ != Manner::answers || text.size() < 11) return true;
-    const std::size_t length = static_cast<unsigned char>(text[9]) * 256U + static_cast<unsigned char>(text[10]);
+    const std::size_t length =
+        static_cast<unsigned char>(text[9]) * 256U + static_cast<unsigned char>(text[10]);
     if (text.size() >= 11 + length)
         (void)::send(connection.socket.get(), reply_.data(), reply_.size(), noSignalFlag());
     return true;

@@ -30,7 +30,9 @@ TEST(ProcessList, never_takes_a_browse_or_a_zone_dump) {
     EXPECT_EQ(all("  10 /usr/bin/dns-sd -B _t._tcp local\n  11 /usr/bin/dns-sd -Z _t._tcp local\n"), IDs{});
 }
 
-TEST(ProcessList, never_takes_another_program) { EXPECT_EQ(all("  10 /usr/bin/scp -P 22 a b\n"), IDs{}); }
+TEST(ProcessList, never_takes_another_program) {
+    EXPECT_EQ(all("  10 /usr/bin/scp -P 22 a b\n"), IDs{});
+}
 
 TEST(ProcessList, shows_the_predicate_the_line_without_the_blanks_around_it) {
     std::string seen;
@@ -56,17 +58,22 @@ TEST(ProcessList, keeps_the_order_of_the_list) {
 }
 
 TEST(ProcessList, skips_lines_without_an_id) {
-    EXPECT_EQ(all("dns-sd -P\nx1 dns-sd -P\n1x dns-sd -P\n1.5 dns-sd -P\n2147483648 dns-sd -P\n\n   \n5 dns-sd -P\n"),
+    EXPECT_EQ(all("dns-sd -P\nx1 dns-sd -P\n1x dns-sd -P\n1.5 dns-sd -P\n2147483648 dns-sd -P\n\n   \n5 "
+                  "dns-sd -P\n"),
               IDs{5});
 }
 
-TEST(ProcessList, takes_the_largest_id) { EXPECT_EQ(all("2147483647 dns-sd -P"), IDs{2147483647}); }
+TEST(ProcessList, takes_the_largest_id) {
+    EXPECT_EQ(all("2147483647 dns-sd -P"), IDs{2147483647});
+}
 
 TEST(ProcessList, never_takes_a_number_that_would_signal_a_group) {
     EXPECT_EQ(all("0 dns-sd -P\n-1 dns-sd -P\n-4711 dns-sd -P\n"), IDs{});
 }
 
-TEST(ProcessList, is_empty_for_text_that_is_not_utf8) { EXPECT_EQ(all("5 dns-sd -P \xFF\n6 dns-sd -P\n"), IDs{}); }
+TEST(ProcessList, is_empty_for_text_that_is_not_utf8) {
+    EXPECT_EQ(all("5 dns-sd -P \xFF\n6 dns-sd -P\n"), IDs{});
+}
 
 TEST(ProcessList, reads_names_in_other_scripts) {
     EXPECT_EQ(containing("5 dns-sd -P Zoë’s 📱 _t._tcp\n", "Zoë’s 📱"), IDs{5});

@@ -24,6 +24,8 @@ std::string pattern(std::size_t size, std::uint32_t seed = 1);
 
 std::size_t openDescriptors();
 std::size_t residentBytes();
+/// False under a sanitizer, which has books of its own and keeps what was freed.
+bool residentBytesTell();
 std::chrono::microseconds processorTime();
 
 /// A blocking socket on 127.0.0.1 whose calls give up after `patience`.
@@ -99,7 +101,8 @@ class RelayTest : public ::testing::Test {
     std::size_t descriptorsBefore_ = 0;
 };
 
-/// Runs `body` in a process of its own, forked before any thread exists; it returns what is wrong, empty for nothing.
+/// Runs `body` in a process of its own, forked before any thread exists; it returns what is wrong, empty for
+/// nothing.
 std::string inChild(const std::function<std::string()>& body);
 
 }  // namespace quillbay::test

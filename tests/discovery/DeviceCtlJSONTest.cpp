@@ -71,7 +71,8 @@ TEST(DeviceCtlJSON, refuses_a_device_with_a_value_of_another_type) {
 TEST(DeviceCtlJSON, a_hundred_thousand_levels_are_refused_and_break_nothing) {
     for (const char* open : {"[", "{\"a\":", "[{\"a\":"}) {
         std::string nested;
-        for (int level = 0; level < 100000; ++level) nested += open;
+        for (int level = 0; level < 100000; ++level)
+            nested += open;
         EXPECT_FALSE(decodeDeviceCtlList(nested));
         EXPECT_FALSE(decodeOne(R"({"identifier": "A", "x": )" + nested + "}"));
     }

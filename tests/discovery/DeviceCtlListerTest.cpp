@@ -26,6 +26,10 @@ class DeviceCtlListerTest : public testing::Test {
  protected:
     void TearDown() override {
         EXPECT_TRUE(fs::is_empty(temporary_)) << "a temporary file was left";
+        // The thread that saw a child end lets go of it a moment after the call has returned.
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (fakes::openDescriptors() != descriptors_ && std::chrono::steady_clock::now() < limit)
+            std::this_thread::sleep_for(milliseconds(1));
         EXPECT_EQ(fakes::openDescriptors(), descriptors_);
     }
 
@@ -193,7 +197,8 @@ TEST_F(DeviceCtlListerTest, calls_may_overlap) {
     std::vector<std::future<std::optional<std::string>>> answers;
     for (int i = 0; i < 8; ++i)
         answers.push_back(std::async(std::launch::async, [&] { return lister.tunnelState("phone.local"); }));
-    for (auto& answer : answers) EXPECT_EQ(answer.get(), "connected");
+    for (auto& answer : answers)
+        EXPECT_EQ(answer.get(), "connected");
 }
 
 }  // namespace

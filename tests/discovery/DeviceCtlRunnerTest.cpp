@@ -48,12 +48,14 @@ class DeviceCtlRunnerTest : public testing::Test {
 };
 
 TEST_F(DeviceCtlRunnerTest, hands_on_each_line_of_the_output) {
-    EXPECT_EQ(linesOf("one\n\ntwo words\nthree"), (std::vector<std::string>{"one", "", "two words", "three"}));
+    EXPECT_EQ(linesOf("one\n\ntwo words\nthree"),
+              (std::vector<std::string>{"one", "", "two words", "three"}));
 }
 
 TEST_F(DeviceCtlRunnerTest, hands_on_many_lines_whole_and_in_order) {
     std::string content;
-    for (int i = 0; i < 50000; ++i) content += "line " + std::to_string(i) + "\n";
+    for (int i = 0; i < 50000; ++i)
+        content += "line " + std::to_string(i) + "\n";
     const auto lines = linesOf(content);
     ASSERT_EQ(lines.size(), 50000U);
     EXPECT_EQ(lines[12345], "line 12345");

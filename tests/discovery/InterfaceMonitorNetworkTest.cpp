@@ -40,10 +40,12 @@ class Changes {
 
 TEST(InterfaceMonitorNetwork, reports_a_real_interface_as_its_addresses_come_and_go) {
     fakes::inNetworkNamespace([] {
-        // Names that only begin like the one wanted, and an address of another family, must not be taken for it.
-        fakes::shell("ip link add en type dummy && ip addr add 10.77.0.1/24 dev en && ip link set en up && "
-                     "ip link add en0x type dummy && ip addr add 10.77.1.1/24 dev en0x && ip link set en0x up && "
-                     "ip link add en0 type dummy && ip addr add fd00:77::1/64 dev en0 && ip link set en0 up");
+        // Names that only begin like the one wanted, and an address of another family, must not be taken for
+        // it.
+        fakes::makeInterface("en", "10.77.0.1/24");
+        fakes::makeInterface("en0x", "10.77.1.1/24");
+        fakes::makeInterface("en0", "");
+        fakes::shell("ip addr add fd00:77::1/64 dev en0");
         AsioMainQueue mainQueue;
         NetworkThreads network(1);
         BackgroundWork background;

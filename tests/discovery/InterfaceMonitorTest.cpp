@@ -134,15 +134,18 @@ TEST_F(InterfaceMonitorTest, may_be_destroyed_by_its_own_callback) {
 }
 
 TEST_F(InterfaceMonitorTest, a_source_that_cannot_be_made_makes_the_start_fail) {
-    InterfaceMonitor monitor(host_, [](const SerialQueue&, const std::function<void()>&) -> std::shared_ptr<void> {
-        throw systemError(13);
-    });
+    InterfaceMonitor monitor(host_,
+                             [](const SerialQueue&, const std::function<void()>&) -> std::shared_ptr<void> {
+                                 throw systemError(13);
+                             });
     EXPECT_THROW(monitor.start(), std::system_error);
 }
 
 TEST_F(InterfaceMonitorTest, the_systems_own_prompts_report_the_address_and_leave_nothing_open) {
     // The loop's own descriptors come with its first socket.
-    { InterfaceMonitor(host_).start(); }
+    {
+        InterfaceMonitor(host_).start();
+    }
     network_.drain();
     const std::size_t descriptors = fakes::openDescriptors();
     address_ = "10.0.0.9";

@@ -33,8 +33,8 @@ TEST(ConflictSuffix, is_a_hyphen_and_a_number_that_begins_with_2_to_9) {
 }
 
 TEST(ConflictSuffix, is_nothing_else) {
-    for (const char* name : {"phone", "phone-1", "phone-0", "phone-10", "phone-", "phone-2a", "phone2", "phone-02",
-                             "phone-2.local", "2", ""})
+    for (const char* name : {"phone", "phone-1", "phone-0", "phone-10", "phone-", "phone-2a", "phone2",
+                             "phone-02", "phone-2.local", "2", ""})
         EXPECT_FALSE(withoutConflictSuffix(name)) << name;
 }
 

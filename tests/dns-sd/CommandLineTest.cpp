@@ -12,7 +12,8 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 Arguments proxy() {
-    return {"-i", "en0", "-P", "Phone", "_remotepairing._tcp", "local", "49152", "iPhone.local", "192.168.77.1"};
+    return {"-i",    "en0",   "-P",           "Phone",       "_remotepairing._tcp",
+            "local", "49152", "iPhone.local", "192.168.77.1"};
 }
 
 Arguments proxyWith(std::size_t index, const std::string& value) {
@@ -45,8 +46,8 @@ TEST(CommandLine, takes_the_dot_off_the_domain) {
 }
 
 TEST(CommandLine, reads_a_proxy_registration_without_txt) {
-    const ProxyCommand expected{"en0",   "Phone", "_remotepairing._tcp", "local", 49152, "iPhone.local",
-                                "192.168.77.1", {}};
+    const ProxyCommand expected{"en0", "Phone",        "_remotepairing._tcp", "local",
+                                49152, "iPhone.local", "192.168.77.1",        {}};
     EXPECT_EQ(parseCommandLine(proxy()), CommandLine(expected));
 }
 
@@ -76,7 +77,8 @@ TEST(CommandLine, accepts_the_ports_at_both_ends) {
 }
 
 TEST(CommandLine, refuses_what_is_no_port) {
-    for (const std::string port : {"0", "65536", "-1", "+1", "", " 1", "1 ", "80x", "0x50", "99999999999999999999"})
+    for (const std::string port :
+         {"0", "65536", "-1", "+1", "", " 1", "1 ", "80x", "0x50", "99999999999999999999"})
         EXPECT_EQ(reasonOf(proxyWith(6, port)), "\"" + port + "\" is no port from 1 to 65535");
 }
 
@@ -86,7 +88,8 @@ TEST(CommandLine, refuses_what_is_no_ipv4_address) {
 }
 
 TEST(CommandLine, refuses_what_is_no_service_type) {
-    for (const std::string type : {"", "_tcp", "http._tcp", "_http.tcp", "_http._sctp", "_._tcp", "_a.b._tcp", "_http._tcp."})
+    for (const std::string type :
+         {"", "_tcp", "http._tcp", "_http.tcp", "_http._sctp", "_._tcp", "_a.b._tcp", "_http._tcp."})
         EXPECT_EQ(reasonOf(proxyWith(4, type)), "\"" + type + "\" is no service type such as _name._tcp");
     EXPECT_EQ(reasonOf({"-Z", "_a b._tcp", "local"}), "\"_a b._tcp\" is no service type such as _name._tcp");
 }
@@ -132,7 +135,8 @@ TEST(CommandLine, answers_every_other_form_with_the_bare_usage) {
         {"-i", "en0", "-P", "Phone", "_remotepairing._tcp", "local", "49152", "iPhone.local"},
         {"--help"},
     };
-    for (const Arguments& arguments : others) EXPECT_EQ(parseCommandLine(arguments), CommandLine(UsageError{}));
+    for (const Arguments& arguments : others)
+        EXPECT_EQ(parseCommandLine(arguments), CommandLine(UsageError{}));
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ constexpr std::size_t limitBytes = 65536;
 
 /// Runs the program itself; nothing that these tests ask for gets as far as the daemon.
 ChildResult run(const std::vector<std::string>& arguments) {
-    const ChildCommand command{QUILLBAY_DNS_SD, arguments, ChildCommand::Output::pipe, ChildCommand::Output::pipe};
+    const ChildCommand command{QUILLBAY_DNS_SD, arguments, ChildCommand::Output::pipe,
+                               ChildCommand::Output::pipe};
     const auto result = runToEnd(command, limitBytes, StopToken(), std::chrono::seconds(20));
     if (!result) ADD_FAILURE() << "the program does not end";
     return result.value_or(ChildResult{});

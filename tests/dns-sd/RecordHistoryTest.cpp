@@ -9,7 +9,9 @@ std::string currentOf(const RecordHistory& history) {
     return history.current() != nullptr ? *history.current() : "none";
 }
 
-TEST(RecordHistory, has_nothing_at_first) { EXPECT_EQ(RecordHistory().current(), nullptr); }
+TEST(RecordHistory, has_nothing_at_first) {
+    EXPECT_EQ(RecordHistory().current(), nullptr);
+}
 
 TEST(RecordHistory, follows_a_change_that_shows_before_the_old_record_goes) {
     RecordHistory history;
@@ -52,7 +54,8 @@ TEST(RecordHistory, ignores_the_end_of_what_it_never_saw) {
 
 TEST(RecordHistory, forgets_the_oldest_of_a_flood) {
     RecordHistory history;
-    for (std::size_t i = 0; i < RecordHistory::maximumEntries + 1; ++i) history.add(2, 0, std::to_string(i));
+    for (std::size_t i = 0; i < RecordHistory::maximumEntries + 1; ++i)
+        history.add(2, 0, std::to_string(i));
     for (std::size_t i = RecordHistory::maximumEntries; i > 0; --i) {
         EXPECT_EQ(currentOf(history), std::to_string(i));
         history.remove(2, 0, std::to_string(i));

@@ -44,7 +44,8 @@ TEST(SRVRecord, refuses_labels_and_names_that_are_too_long) {
     EXPECT_TRUE(SRVRecord::decode(head + label + "\0"s));
     EXPECT_EQ(SRVRecord::decode(head + "\x40" + std::string(64, 'a') + "\0"s), std::nullopt);
     EXPECT_TRUE(SRVRecord::decode(head + label + label + label + "\x3D" + std::string(61, 'a') + "\0"s));
-    EXPECT_EQ(SRVRecord::decode(head + label + label + label + "\x3E" + std::string(62, 'a') + "\0"s), std::nullopt);
+    EXPECT_EQ(SRVRecord::decode(head + label + label + label + "\x3E" + std::string(62, 'a') + "\0"s),
+              std::nullopt);
 }
 
 }  // namespace

@@ -34,7 +34,9 @@ TEST(TXTRecord, writes_strings_with_their_lengths) {
     EXPECT_EQ(TXTRecord::encode({"ver=19", "b="}), "\6ver=19\2b="s);
 }
 
-TEST(TXTRecord, writes_nothing_to_say_as_one_empty_string) { EXPECT_EQ(TXTRecord::encode({}), "\0"s); }
+TEST(TXTRecord, writes_nothing_to_say_as_one_empty_string) {
+    EXPECT_EQ(TXTRecord::encode({}), "\0"s);
+}
 
 TEST(TXTRecord, writes_up_to_its_bounds) {
     EXPECT_TRUE(TXTRecord::encode({std::string(255, 'x')}));

@@ -12,7 +12,9 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(ZoneText, leaves_plain_names_alone) { EXPECT_EQ(ZoneText::escapedLabel("iPhone-7_x"), "iPhone-7_x"); }
+TEST(ZoneText, leaves_plain_names_alone) {
+    EXPECT_EQ(ZoneText::escapedLabel("iPhone-7_x"), "iPhone-7_x");
+}
 
 TEST(ZoneText, escapes_blanks_dots_and_backslashes_in_names) {
     EXPECT_EQ(ZoneText::escapedLabel("Bob's i.Phone\\ (2)"), "Bob's\\032i\\.Phone\\\\\\032(2)");
@@ -27,7 +29,8 @@ TEST(ZoneText, writes_control_characters_of_names_as_numbers) {
 }
 
 TEST(ZoneText, writes_every_other_line_break_as_numbers) {
-    EXPECT_EQ(ZoneText::escapedLabel("a\u0085b\u2028c\u2029d"), "a\\194\\133b\\226\\128\\168c\\226\\128\\169d");
+    EXPECT_EQ(ZoneText::escapedLabel("a\u0085b\u2028c\u2029d"),
+              "a\\194\\133b\\226\\128\\168c\\226\\128\\169d");
 }
 
 TEST(ZoneText, writes_bytes_that_are_not_utf8_as_numbers) {
@@ -62,7 +65,8 @@ TEST(ZoneText, prints_the_three_lines_of_an_instance_in_columns) {
     const SRVRecord service{0, 0, 49152, {"iPhone", "local"}};
     EXPECT_EQ(ZoneText::instanceLines("_remotepairing._tcp", "Phone", service, {"ver=19", "a="}),
               "_remotepairing._tcp                             PTR     Phone._remotepairing._tcp\n"
-              "Phone._remotepairing._tcp                       SRV     0 0 49152 iPhone.local. ; Replace with unicast "
+              "Phone._remotepairing._tcp                       SRV     0 0 49152 iPhone.local. ; Replace "
+              "with unicast "
               "FQDN of target host\n"
               "Phone._remotepairing._tcp                       TXT     \"ver=19\" \"a=\"\n");
 }

@@ -14,9 +14,11 @@ class FewDescriptors {
  public:
     explicit FewDescriptors(int spare) {
         ::getrlimit(RLIMIT_NOFILE, &before_);
-        // A new descriptor takes the lowest number that is free, so the first one that must fail shows the limit.
+        // A new descriptor takes the lowest number that is free, so the first one that must fail shows the
+        // limit.
         std::vector<UniqueDescriptor> taken;
-        for (int i = 0; i <= spare; ++i) taken.emplace_back(::dup(0));
+        for (int i = 0; i <= spare; ++i)
+            taken.emplace_back(::dup(0));
         const rlimit few{static_cast<rlim_t>(taken.back().get()), before_.rlim_max};
         ::setrlimit(RLIMIT_NOFILE, &few);
     }

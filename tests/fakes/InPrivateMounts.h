@@ -22,11 +22,12 @@ inline void mountSmallDisk(const std::filesystem::path& folder, std::size_t byte
 
 /// Makes a disk that `mountSmallDisk` mounted read-only.
 inline void makeReadOnly(const std::filesystem::path& folder) {
-    if (::mount("none", folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) throw systemError(errno);
+    if (::mount("none", folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+        throw systemError(errno);
 }
 
-/// Runs `body` in a child process with mounts of its own, which vanish with it, and returns what went wrong there;
-/// the empty text when nothing did. `body` returns such a text too, and must not use gtest.
+/// Runs `body` in a child process with mounts of its own, which vanish with it, and returns what went wrong
+/// there; the empty text when nothing did. `body` returns such a text too, and must not use gtest.
 template <typename Body>
 std::string inPrivateMounts(Body body) {
     int pipe[2];
@@ -46,7 +47,8 @@ std::string inPrivateMounts(Body body) {
         } catch (const std::exception& error) {
             problem = std::string("exception: ") + error.what();
         }
-        const bool told = ::write(pipe[1], problem.data(), problem.size()) == static_cast<ssize_t>(problem.size());
+        const bool told =
+            ::write(pipe[1], problem.data(), problem.size()) == static_cast<ssize_t>(problem.size());
         ::_exit(told && problem.empty() ? 0 : 1);
     }
     ::close(pipe[1]);
@@ -58,7 +60,8 @@ std::string inPrivateMounts(Body body) {
     ::close(pipe[0]);
     int status = 0;
     ::waitpid(child, &status, 0);
-    if (problem.empty() && status != 0) problem = "the child ended with wait status " + std::to_string(status);
+    if (problem.empty() && status != 0)
+        problem = "the child ended with wait status " + std::to_string(status);
     return problem;
 }
 

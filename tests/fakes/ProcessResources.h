@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <mutex>
+#include <thread>
 
 #include "fakes/WaitUntil.h"
 
@@ -27,6 +29,9 @@ inline std::size_t openDescriptors() {
 }
 
 inline std::size_t threadCount() {
+    // A sanitizer starts a thread of its own together with the program's first.
+    static std::once_flag first;
+    std::call_once(first, [] { std::thread([] {}).join(); });
     return entriesBelow("/proc/self/task");
 }
 

@@ -81,10 +81,11 @@ TEST(HandshakeRequest, names_the_part_that_is_wrong) {
 TEST(HandshakeReply, is_a_frame_that_carries_the_identifier_of_the_request) {
     FrameReader reader;
     reader.append(handshakeReply({24, "aZ09bY"}));
-    EXPECT_EQ(reader.next(),
-              R"({"message":{"plain":{"_0":{"response":{"_1":{"handshake":{"_0":{"correlationIdentifier":)"
-              R"({"value":"aZ09bY"},"deviceOptions":{"allowsPairVerify":true},"wireProtocolVersion":24}}}}}}},)"
-              R"("originatedBy":"device","sequenceNumber":0})");
+    EXPECT_EQ(
+        reader.next(),
+        R"({"message":{"plain":{"_0":{"response":{"_1":{"handshake":{"_0":{"correlationIdentifier":)"
+        R"({"value":"aZ09bY"},"deviceOptions":{"allowsPairVerify":true},"wireProtocolVersion":24}}}}}}},)"
+        R"("originatedBy":"device","sequenceNumber":0})");
 }
 
 }  // namespace

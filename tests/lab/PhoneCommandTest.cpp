@@ -18,8 +18,9 @@ TEST(PhoneCommand, reads_the_commands_with_a_port) {
 }
 
 TEST(PhoneCommand, reads_the_modes) {
-    for (const auto& [line, mode] : {std::pair{"normal", PhoneMode::normal}, std::pair{"silent", PhoneMode::silent},
-                                     std::pair{"refuse", PhoneMode::refuse}, std::pair{"stall", PhoneMode::stall}}) {
+    for (const auto& [line, mode] :
+         {std::pair{"normal", PhoneMode::normal}, std::pair{"silent", PhoneMode::silent},
+          std::pair{"refuse", PhoneMode::refuse}, std::pair{"stall", PhoneMode::stall}}) {
         const auto command = parsePhoneCommand(line);
         ASSERT_TRUE(command) << line;
         EXPECT_EQ(command->verb, PhoneCommand::Verb::mode);
@@ -34,8 +35,8 @@ TEST(PhoneCommand, reads_the_commands_without_an_argument) {
 }
 
 TEST(PhoneCommand, takes_nothing_else) {
-    for (const char* line : {"", "move", "move ", "move 0", "move 65536", "move -1", "move 5x", "move 5 6", "Quit",
-                             "quit ", "tunnel +5"}) {
+    for (const char* line : {"", "move", "move ", "move 0", "move 65536", "move -1", "move 5x", "move 5 6",
+                             "Quit", "quit ", "tunnel +5"}) {
         EXPECT_FALSE(parsePhoneCommand(line)) << line;
     }
 }

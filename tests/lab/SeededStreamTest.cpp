@@ -19,10 +19,13 @@ std::vector<std::byte> bytesOf(std::uint64_t seed, std::size_t count, std::size_
 
 TEST(SeededStream, does_not_depend_on_how_it_is_cut) {
     const auto whole = bytesOf(5, 1000, 1000);
-    for (const std::size_t step : {1u, 3u, 7u, 8u, 9u, 333u}) EXPECT_EQ(bytesOf(5, 1000, step), whole) << step;
+    for (const std::size_t step : {1u, 3u, 7u, 8u, 9u, 333u})
+        EXPECT_EQ(bytesOf(5, 1000, step), whole) << step;
 }
 
-TEST(SeededStream, differs_by_seed) { EXPECT_NE(bytesOf(5, 64, 64), bytesOf(6, 64, 64)); }
+TEST(SeededStream, differs_by_seed) {
+    EXPECT_NE(bytesOf(5, 64, 64), bytesOf(6, 64, 64));
+}
 
 }  // namespace
 

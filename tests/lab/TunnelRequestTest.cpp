@@ -20,8 +20,8 @@ TEST(TunnelRequest, reads_its_three_forms) {
 }
 
 TEST(TunnelRequest, takes_nothing_else) {
-    for (const char* line : {"", "GET", "GET 1", "GET 1 2 3", "GET  1 2", "PUT", "PUT x", "PUT 18446744073709551616",
-                             "PUT -1", "echo", "ECHO "}) {
+    for (const char* line : {"", "GET", "GET 1", "GET 1 2 3", "GET  1 2", "PUT", "PUT x",
+                             "PUT 18446744073709551616", "PUT -1", "echo", "ECHO "}) {
         EXPECT_FALSE(parseTunnelRequest(line)) << line;
     }
 }

@@ -20,17 +20,17 @@ using fakes::waitUntil;
 using BackgroundWorkTest = fakes::LeavesNothingBehind;
 
 TEST_F(BackgroundWorkTest, runs_work_on_another_thread) {
-    BackgroundWork background;
     std::promise<std::thread::id> thread;
+    BackgroundWork background;
     background.run([&](const StopToken&) { thread.set_value(std::this_thread::get_id()); });
     EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
     EXPECT_TRUE(waitUntil([&] { return background.pending() == 0; }));
 }
 
 TEST_F(BackgroundWorkTest, runs_pieces_at_the_same_time) {
-    BackgroundWork background;
     std::promise<void> first;
     std::promise<void> second;
+    BackgroundWork background;
     background.run([&](const StopToken&) {
         first.set_value();
         second.get_future().wait();
@@ -43,8 +43,8 @@ TEST_F(BackgroundWorkTest, runs_pieces_at_the_same_time) {
 }
 
 TEST_F(BackgroundWorkTest, abandons_one_piece_and_leaves_the_others) {
-    BackgroundWork background;
     std::atomic<int> ended = 0;
+    BackgroundWork background;
     const auto sleep = [&](const StopToken& token) {
         static_cast<void>(token.sleepFor(1h));
         ++ended;

@@ -6,9 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <optional>
 #include <stdexcept>
 
 namespace quillbay {
@@ -34,14 +34,13 @@ bool isSystemCallStop(int status) {
     return WIFSTOPPED(status) && WSTOPSIG(status) == (SIGTRAP | 0x80);
 }
 
-/// True and the number when the child stands before a system call.
-bool enteredCall(pid_t child, long& number) {
+/// The call before which the child stands; nothing when it returns from one.
+std::optional<SystemCall> enteredCall(pid_t child) {
     __ptrace_syscall_info info{};
     const long size = ::ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info);
     require(size > 0, "system calls cannot be seen");
-    if (info.op != PTRACE_SYSCALL_INFO_ENTRY) return false;
-    number = static_cast<long>(info.entry.nr);
-    return true;
+    if (info.op != PTRACE_SYSCALL_INFO_ENTRY) return std::nullopt;
+    return SystemCall{static_cast<long>(info.entry.nr), info.entry.args[2]};
 }
 
 }  // namespace
@@ -63,20 +62,21 @@ TracedRun runAndKillAfter(std::size_t steps, const std::function<void()>& body) 
             run.finished = true;
             return run;
         }
-        long number = 0;
         require(isSystemCallStop(status), "the child stopped for another reason");
-        if (enteredCall(child, number)) run.calls.push_back(number);
+        if (const auto call = enteredCall(child)) run.calls.push_back(*call);
     }
     ::kill(child, SIGKILL);
     require(::waitpid(child, &status, 0) == child && WIFSIGNALED(status), "the child cannot be killed");
     return run;
 }
 
-std::vector<long> systemCallsOf(const std::function<void()>& body) {
+std::vector<SystemCall> systemCallsOf(const std::function<void()>& body) {
     constexpr std::size_t enough = 10'000;
     TracedRun run = runAndKillAfter(enough, body);
     require(run.finished, "the child does not come to its end");
-    std::erase(run.calls, SYS_exit_group);
+    std::erase_if(run.calls, [](const SystemCall& call) {
+        return call.number == SYS_exit_group || call.number == SYS_sigaltstack;
+    });
     return run.calls;
 }
 

@@ -49,7 +49,8 @@ TEST(ByteText, gives_every_single_byte_and_pair_back) {
 TEST(ByteText, gives_random_bytes_back) {
     std::mt19937 random(20261120);
     // Pieces that are near the borders of the encoding come up more often than they would by themselves.
-    const std::string pieces[] = {"\xF4", "\x8E", "\xBA", "\xBB", "\x80", "\U0010EE80", "\U0010EEFF", "a", "\xED\xA0\x80"};
+    const std::string pieces[] = {"\xF4",       "\x8E",       "\xBA", "\xBB",        "\x80",
+                                  "\U0010EE80", "\U0010EEFF", "a",    "\xED\xA0\x80"};
     for (int round = 0; round < 20'000; ++round) {
         std::string bytes;
         const std::size_t length = random() % 12;

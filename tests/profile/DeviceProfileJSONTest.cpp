@@ -20,7 +20,9 @@ json completeObject() {
         "providerIP": "10.147.17.5", "txtRecord": {"ver": "19"}, "bridgeEnabled": true})");
 }
 
-std::string documentOf(const json& object) { return json::array({object}).dump(); }
+std::string documentOf(const json& object) {
+    return json::array({object}).dump();
+}
 
 DeviceProfile decodeOne(const std::string& document) {
     const std::vector<DeviceProfile> profiles = decodeProfiles(document);
@@ -77,7 +79,8 @@ TEST(DeviceProfileJSON, reads_back_what_it_wrote_in_the_same_order) {
 
 TEST(DeviceProfileJSON, reads_a_file_from_before_there_were_several_providers) {
     json object = completeObject();
-    for (const char* key : {"providerID", "providerHostName", "providerIP"}) object.erase(key);
+    for (const char* key : {"providerID", "providerHostName", "providerIP"})
+        object.erase(key);
     object["tailscaleHostName"] = "old-phone";
     object["tailscaleIP"] = "100.64.0.9";
     const DeviceProfile profile = decodeOne(documentOf(object));
@@ -177,8 +180,8 @@ TEST(DeviceProfileJSON, reads_a_port_in_any_notation_of_an_integer) {
 }
 
 TEST(DeviceProfileJSON, refuses_a_port_that_is_no_integer_or_out_of_range) {
-    for (const char* wrong : {"65536", "-1", "0.5", "55000.5", "1e9", "5e-1", "99999999999999999999999", "1e999",
-                               "0x10", "010", "+1"}) {
+    for (const char* wrong : {"65536", "-1", "0.5", "55000.5", "1e9", "5e-1", "99999999999999999999999",
+                              "1e999", "0x10", "010", "+1"}) {
         EXPECT_THROW(decodeProfiles(withMember("remotePairingPort", wrong)), JSONError) << wrong;
         EXPECT_THROW(decodeProfiles(withMember("tunnelPortRangeStart", wrong)), JSONError) << wrong;
         EXPECT_THROW(decodeProfiles(withMember("tunnelPortRangeEnd", wrong)), JSONError) << wrong;
@@ -201,8 +204,9 @@ TEST(DeviceProfileJSON, ignores_unknown_keys) {
 }
 
 TEST(DeviceProfileJSON, refuses_what_is_no_array_of_objects) {
-    for (const char* wrong : {"", " ", "{}", "null", "1", "\"[]\"", "[null]", "[1]", "[[]]", "[\"profile\"]", "[{}]",
-                              "[", "[]]", "[],", "{\"devices\": []}", "[{\"displayName\": \"x\"", "nonsense"}) {
+    for (const char* wrong :
+         {"", " ", "{}", "null", "1", "\"[]\"", "[null]", "[1]", "[[]]", "[\"profile\"]", "[{}]", "[", "[]]",
+          "[],", "{\"devices\": []}", "[{\"displayName\": \"x\"", "nonsense"}) {
         EXPECT_THROW(decodeProfiles(wrong), JSONError) << wrong;
     }
 }
@@ -220,7 +224,8 @@ TEST(DeviceProfileJSON, refuses_deep_nesting_without_using_the_stack) {
     EXPECT_THROW(decodeProfiles(std::string(levels, '[')), JSONError);
     EXPECT_THROW(decodeProfiles(std::string(levels, '[') + std::string(levels, ']')), JSONError);
     std::string objects;
-    for (std::size_t i = 0; i < levels; ++i) objects += "{\"a\":";
+    for (std::size_t i = 0; i < levels; ++i)
+        objects += "{\"a\":";
     EXPECT_THROW(decodeProfiles(objects), JSONError);
     EXPECT_THROW(decodeProfiles(withMember("unknown", std::string(levels, '[') + std::string(levels, ']'))),
                  JSONError);
@@ -228,7 +233,8 @@ TEST(DeviceProfileJSON, refuses_deep_nesting_without_using_the_stack) {
 
 TEST(DeviceProfileJSON, refuses_more_values_than_fit_into_memory) {
     std::string document = "[0";
-    for (int i = 0; i < 2'100'000; ++i) document += ",0";
+    for (int i = 0; i < 2'100'000; ++i)
+        document += ",0";
     document += "]";
     try {
         decodeProfiles(document);

@@ -139,7 +139,8 @@ TEST_F(DeviceProfileStoreTest, rewrites_the_file_unchanged_when_nothing_is_to_be
     struct stat first{};
     struct stat second{};
     ASSERT_EQ(::stat(store_.fileURL().c_str(), &first), 0);
-    const int held = ::open(store_.fileURL().c_str(), O_RDONLY | O_CLOEXEC);  // so its number is not given again
+    const int held =
+        ::open(store_.fileURL().c_str(), O_RDONLY | O_CLOEXEC);  // so its number is not given again
     store_.remove("nobody#");
     ASSERT_EQ(::stat(store_.fileURL().c_str(), &second), 0);
     ::close(held);
@@ -204,7 +205,8 @@ TEST_F(DeviceProfileStoreTest, never_shows_half_a_list_to_readers_on_other_threa
     const std::vector<DeviceProfile> many(50, exampleProfile());
     store_.save(few);
     std::thread writer([&] {
-        for (int i = 0; i < 50; ++i) store_.save(i % 2 == 0 ? many : few);
+        for (int i = 0; i < 50; ++i)
+            store_.save(i % 2 == 0 ? many : few);
     });
     const DeviceProfileStore other(locationsIn(folder_.path()), "Quillbay");
     for (int i = 0; i < 200; ++i) {

@@ -34,7 +34,8 @@ TEST(MeshVPNProviderError, describes_a_document_that_cannot_be_read) {
 TEST(MeshVPNProviderError, describes_a_missing_client) {
     const auto error = MeshVPNProviderError::binaryNotFound();
     EXPECT_EQ(error.errorCase(), Case::binaryNotFound);
-    EXPECT_STREQ(error.what(), "CLI not found at the configured path \xE2\x80\x94 check the path in Settings.");
+    EXPECT_STREQ(error.what(),
+                 "CLI not found at the configured path \xE2\x80\x94 check the path in Settings.");
 }
 
 }  // namespace

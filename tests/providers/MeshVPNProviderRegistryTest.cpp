@@ -36,7 +36,8 @@ std::string pathFoundBy(const std::string& id, std::set<std::string> files) {
 
 TEST(MeshVPNProviderRegistry, lists_the_providers_in_their_order) {
     std::vector<std::string> ids;
-    for (const MeshVPNProviderType& type : all()) ids.push_back(type.id);
+    for (const MeshVPNProviderType& type : all())
+        ids.push_back(type.id);
     EXPECT_THAT(ids, ElementsAre("tailscale", "zerotier", "netbird"));
 }
 
@@ -110,7 +111,8 @@ TEST(BinaryPath, looks_where_the_systems_packages_are_after_the_candidates) {
         Installed nothing;
         EXPECT_EQ(type.defaultBinaryPath(nothing.test()), type.fallbackPath);
         EXPECT_THAT(nothing.asked, ElementsAreArray(expected));
-        for (const std::string& path : packaged) EXPECT_EQ(pathFoundBy(type.id, {path}), path);
+        for (const std::string& path : packaged)
+            EXPECT_EQ(pathFoundBy(type.id, {path}), path);
     }
 }
 

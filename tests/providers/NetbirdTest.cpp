@@ -46,7 +46,8 @@ TEST(NetbirdStatus, names_a_peer_by_the_first_label_of_its_domain_name) {
 }
 
 TEST(NetbirdStatus, calls_a_peer_without_a_domain_name_unknown) {
-    for (const char* peer : {"{}", R"({"fqdn": null})", R"({"fqdn": ""})", R"({"fqdn": "."})", R"({"fqdn": "..."})"}) {
+    for (const char* peer :
+         {"{}", R"({"fqdn": null})", R"({"fqdn": ""})", R"({"fqdn": "."})", R"({"fqdn": "..."})"}) {
         EXPECT_THAT(decodePeer(peer), ElementsAre(MeshVPNDevice{"unknown", {}, false})) << peer;
     }
 }
@@ -68,8 +69,9 @@ TEST(NetbirdStatus, strips_the_length_of_the_prefix_from_an_address) {
 }
 
 TEST(NetbirdStatus, is_empty_without_peers) {
-    for (const char* empty : {"{}", R"({"peers": null})", R"({"peers": {}})", R"({"peers": {"details": null}})",
-                              R"({"peers": {"total": 0, "details": []}})"}) {
+    for (const char* empty :
+         {"{}", R"({"peers": null})", R"({"peers": {}})", R"({"peers": {"details": null}})",
+          R"({"peers": {"total": 0, "details": []}})"}) {
         EXPECT_THAT(decodeNetbirdStatus(empty), IsEmpty()) << empty;
     }
 }
@@ -85,8 +87,9 @@ TEST(NetbirdStatus, refuses_members_of_a_wrong_type) {
 }
 
 TEST(NetbirdAdapter, lists_the_peers_that_its_client_prints) {
-    EXPECT_THAT(list(ScriptedClient(document).path()), ElementsAre(MeshVPNDevice{"iphone", {"100.92.1.7"}, true},
-                                                                   MeshVPNDevice{"server", {"100.92.1.3"}, false}));
+    EXPECT_THAT(list(ScriptedClient(document).path()),
+                ElementsAre(MeshVPNDevice{"iphone", {"100.92.1.7"}, true},
+                            MeshVPNDevice{"server", {"100.92.1.3"}, false}));
 }
 
 TEST(NetbirdAdapter, runs_its_client_with_exactly_two_arguments) {
@@ -106,7 +109,8 @@ TEST(NetbirdAdapter, fails_as_its_client_does) {
     EXPECT_STREQ(errorOf(toolPath("client-fails")).what(),
                  "CLI exited with status 1: failed to connect to the local daemon");
     EXPECT_EQ(errorOf(toolPath("client-only-errors")).errorCase(), Case::decodingFailed);
-    EXPECT_EQ(errorOf(ScriptedClient("Daemon status: NeedsLogin\n").path()).errorCase(), Case::decodingFailed);
+    EXPECT_EQ(errorOf(ScriptedClient("Daemon status: NeedsLogin\n").path()).errorCase(),
+              Case::decodingFailed);
 }
 
 TEST(NetbirdAdapter, ignores_warnings_on_standard_error) {

@@ -12,7 +12,9 @@
 namespace quillbay {
 
 /// A scripted client of the test's tools.
-inline std::string toolPath(const std::string& name) { return std::string(QUILLBAY_TEST_TOOLS) + "/" + name; }
+inline std::string toolPath(const std::string& name) {
+    return std::string(QUILLBAY_TEST_TOOLS) + "/" + name;
+}
 
 /// A client that prints a document and succeeds.
 class ScriptedClient {

@@ -53,18 +53,19 @@ TEST(TailscaleStatus, is_empty_without_peers) {
 
 TEST(TailscaleStatus, reads_missing_and_null_members_as_empty) {
     EXPECT_THAT(decodeTailscaleStatus(R"({"Peer": {"k": {}}})"), ElementsAre(TailscaleDevice{}));
-    EXPECT_THAT(decodeTailscaleStatus(
-                    R"({"Peer": {"k": {"HostName": null, "DNSName": null, "TailscaleIPs": null, "Online": null}}})"),
-                ElementsAre(TailscaleDevice{}));
+    EXPECT_THAT(
+        decodeTailscaleStatus(
+            R"({"Peer": {"k": {"HostName": null, "DNSName": null, "TailscaleIPs": null, "Online": null}}})"),
+        ElementsAre(TailscaleDevice{}));
 }
 
 TEST(TailscaleStatus, refuses_members_of_a_wrong_type) {
     for (const char* wrong :
          {"[]", "null", "\"text\"", R"({"Peer": []})", R"({"Peer": "x"})", R"({"Peer": {"k": []}})",
-          R"({"Peer": {"k": null}})", R"({"Peer": {"k": {"HostName": 1}}})", R"({"Peer": {"k": {"DNSName": {}}}})",
-          R"({"Peer": {"k": {"TailscaleIPs": "100.64.0.1"}}})", R"({"Peer": {"k": {"TailscaleIPs": [1]}}})",
-          R"({"Peer": {"k": {"TailscaleIPs": [null]}}})", R"({"Peer": {"k": {"Online": "true"}}})",
-          R"({"Peer": {"k": {"Online": 1}}})"}) {
+          R"({"Peer": {"k": null}})", R"({"Peer": {"k": {"HostName": 1}}})",
+          R"({"Peer": {"k": {"DNSName": {}}}})", R"({"Peer": {"k": {"TailscaleIPs": "100.64.0.1"}}})",
+          R"({"Peer": {"k": {"TailscaleIPs": [1]}}})", R"({"Peer": {"k": {"TailscaleIPs": [null]}}})",
+          R"({"Peer": {"k": {"Online": "true"}}})", R"({"Peer": {"k": {"Online": 1}}})"}) {
         EXPECT_THROW(decodeTailscaleStatus(wrong), JSONError) << wrong;
     }
 }
@@ -94,7 +95,8 @@ TEST(TailscaleStatus, counts_the_last_value_of_a_peer_that_occurs_twice) {
 
 TEST(TailscaleStatus, reads_a_very_large_network_in_linear_time) {
     std::string text = R"({"Peer": {"first": {})";
-    for (int i = 0; i < 200'000; ++i) text += ",\"nodekey:" + std::to_string(i) + "\":{\"HostName\":\"h\"}";
+    for (int i = 0; i < 200'000; ++i)
+        text += ",\"nodekey:" + std::to_string(i) + "\":{\"HostName\":\"h\"}";
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(decodeTailscaleStatus(text + "}}").size(), 200'001U);
     // A quadratic reader takes minutes.
@@ -136,11 +138,13 @@ TEST(TailscaleAdapter, reports_a_client_that_fails) {
 }
 
 TEST(TailscaleAdapter, reports_output_that_is_not_json) {
-    for (const std::string& output : {"Tailscale is stopped.", "{\"Peer\": {", "{} {}"}) {
-        EXPECT_EQ(providerErrorOf([&] { list(ScriptedClient(output).path()); }).errorCase(), Case::decodingFailed)
+    for (const char* output : {"Tailscale is stopped.", "{\"Peer\": {", "{} {}"}) {
+        EXPECT_EQ(providerErrorOf([&] { list(ScriptedClient(output).path()); }).errorCase(),
+                  Case::decodingFailed)
             << output;
     }
-    EXPECT_EQ(providerErrorOf([&] { list(toolPath("client-only-errors")); }).errorCase(), Case::decodingFailed);
+    EXPECT_EQ(providerErrorOf([&] { list(toolPath("client-only-errors")); }).errorCase(),
+              Case::decodingFailed);
     EXPECT_STREQ(providerErrorOf([&] { list(ScriptedClient("no").path()); }).what(),
                  "Couldn't parse the CLI's output: the text is not valid JSON (at byte 2)");
 }

@@ -1,0 +1,131 @@
+"""The demo: what it prints and how it ends, and that it takes everything down."""
+
+import io
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+
+import pytest
+
+from demo.screen import Screen
+from demo.steps import NotSeen, expect_equal
+from quillbay_lab import wait_until
+
+LAB_FOLDER = pathlib.Path(__file__).resolve().parents[2] / "lab"
+
+
+def start_demo(folder, **environment):
+    # In a process group of its own, as a shell gives it one.
+    return subprocess.Popen([sys.executable, "-m", "demo"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                            process_group=0,
+                            env={**os.environ, "PYTHONPATH": str(LAB_FOLDER), "TMPDIR": str(folder), **environment})
+
+
+def await_step(demo, number):
+    """Reads what the demo prints up to the line of this step."""
+    for line in demo.stdout:
+        if line.startswith(f"✓ {number:2}/12"):
+            return
+    raise AssertionError(f"the demo ended before step {number}")
+
+
+def processes_of(folder):
+    """The processes whose command line or environment names this folder."""
+    found = []
+    for entry in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if str(folder).encode() in (entry / "cmdline").read_bytes() + (entry / "environ").read_bytes():
+                found.append(entry.name)
+        except OSError:
+            continue
+    return found
+
+
+def test_all_twelve_steps_are_seen_and_nothing_is_left(tmp_path):
+    demo = start_demo(tmp_path)
+    output, _ = demo.communicate(timeout=180)
+    lines = output.splitlines()
+    assert lines[-1] == "12 of 12 steps seen", output
+    assert demo.returncode == 0
+    assert [line[:7] for line in lines if line.startswith("✓")] == [f"✓ {number:2}/12" for number in range(1, 13)]
+    assert "\033" not in output and "\r" not in output
+    assert list(tmp_path.iterdir()) == [] and processes_of(tmp_path) == []
+
+
+# Ctrl-C goes to every process of the terminal's foreground group, `kill` to one.
+@pytest.mark.parametrize("number, code, send, step", [(signal.SIGINT, 130, os.killpg, 1), (signal.SIGINT, 130, os.killpg, 4),
+                                                      (signal.SIGTERM, 143, os.kill, 9)])
+def test_a_signal_ends_it_and_nothing_is_left(tmp_path, number, code, send, step):
+    interfaces = sorted(os.listdir("/sys/class/net"))
+    demo = start_demo(tmp_path)
+    await_step(demo, step)
+    assert len(processes_of(tmp_path)) > 5
+    send(demo.pid, number)
+    output, _ = demo.communicate(timeout=20)
+    assert output.splitlines()[-1] == "interrupted; everything has been taken down"
+    assert demo.returncode == code
+    wait_until(lambda: not processes_of(tmp_path), 5, "every process is gone")
+    assert list(tmp_path.iterdir()) == []
+    assert sorted(os.listdir("/sys/class/net")) == interfaces
+
+
+def test_a_step_that_is_not_seen_says_what_came_and_ends_with_1(tmp_path):
+    # An agent that says nothing of what is expected.
+    build = tmp_path / "build"
+    real = LAB_FOLDER.parent / "build" / "release"
+    for name in ("bin/quillbay-phone", "bin/quillbay-lab-client", "libexec/quillbay/dns-sd"):
+        (build / name).parent.mkdir(parents=True, exist_ok=True)
+        (build / name).symlink_to(real / name)
+    agent = build / "bin" / "quillbay-agent"
+    agent.write_text("#!/bin/sh\necho Something else\n"
+                     "mkdir -p \"$XDG_DATA_HOME/Quillbay\"; echo a line >\"$XDG_DATA_HOME/Quillbay/diagnostics.log\"\n")
+    agent.chmod(0o755)
+    folder = tmp_path / "tmp"
+    folder.mkdir()
+    demo = start_demo(folder, QUILLBAY_BUILD=str(build))
+    output, _ = demo.communicate(timeout=120)
+    lines = output.splitlines()
+    at = lines.index("✗  3/12  the agent refuses while the phone is near")
+    assert lines[at + 1].startswith("         expected: the user line “Connection error: The device is still on")
+    assert lines[at + 2] == "         came:     ['Something else']"
+    assert lines[at + 3:] == ["         the end of the agent's diagnostics.log:", "           a line",
+                              "2 of 12 steps seen"]
+    assert demo.returncode == 1
+    assert list(folder.iterdir()) == []
+
+
+class Terminal(io.StringIO):
+    def isatty(self):
+        return True
+
+
+def test_colours_only_a_terminal():
+    for stream, expected in ((io.StringIO(), "✓  1/12  text\n"), (Terminal(), "\033[32m✓\033[0m  1/12  text\n")):
+        Screen(stream, 12).seen(1, "text")
+        assert stream.getvalue() == expected
+
+
+def test_a_short_step_has_no_progress_line():
+    stream = Terminal()
+    with Screen(stream, 12).progress("waiting"):
+        pass
+    assert stream.getvalue() == ""
+
+
+@pytest.mark.parametrize("stream", [io.StringIO(), Terminal()])
+def test_a_long_step_has_a_progress_line_that_only_a_terminal_loses_again(stream):
+    with Screen(stream, 12).progress("waiting"):
+        wait_until(lambda: "waiting" in stream.getvalue(), 10, "the progress line")
+    if stream.isatty():
+        assert stream.getvalue().startswith("\r\033[K  …      waiting (2 s)")
+        assert stream.getvalue().endswith("\r\033[K")
+    else:
+        assert stream.getvalue() == "  …      waiting\n"
+
+
+def test_a_difference_is_told_with_both_sides():
+    with pytest.raises(NotSeen) as raised:
+        expect_equal("port", 1, 2)
+    assert (raised.value.expected, raised.value.came) == ("port 1", "2")
