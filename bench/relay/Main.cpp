@@ -81,6 +81,7 @@ int main(int argc, char** argv) {
         }
         if (rows.empty()) return usage();
         quillbay::bench::printTable(rows);
+        quillbay::bench::printVerdicts(rows);
         if (!json.empty()) quillbay::bench::writeJSON(rows, json);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "quillbay-bench: %s\n", error.what());

@@ -32,6 +32,21 @@ void printTable(const std::vector<Row>& rows) {
     }
 }
 
+void printVerdicts(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
+        if (!row.wanted) continue;
+        const Wanted& wanted = *row.wanted;
+        const double limit = wanted.bound * (wanted.peer.empty() ? 1 : median(row.values.at(wanted.peer)));
+        const double own = median(row.values.at("relay"));
+        const bool atMost = wanted.direction == Wanted::Direction::atMost;
+        const bool met = atMost ? own <= limit : own >= limit;
+        fmt::print("{:<12} {}: wanted {} {:g}{}, is {:.2f} {}\n", met ? "met" : "FALLS SHORT", row.name,
+                   atMost ? "at most" : "at least", wanted.bound,
+                   wanted.peer.empty() ? "" : fmt::format(" x {} ({:.2f})", wanted.peer, limit), own,
+                   row.unit);
+    }
+}
+
 void writeJSON(const std::vector<Row>& rows, const std::string& file) {
     auto list = nlohmann::json::array();
     for (const Row& row : rows) {

@@ -91,8 +91,9 @@ class Steps:
     def bridge_comes_up(self):
         self._lab.phone_leaves()
         taken = self._start_bridge()
-        relays = [line for line in self._agent.diagnostics() if "relay open" in line]
-        return f"the phone has left: “{_SUCCESS}” after {taken:.1f} s ({relays[-1].rpartition('verified, ')[2]})"
+        # The log is written behind the user's line, not before it.
+        relays = self._agent.await_diagnostic("relay open", 5)
+        return f"the phone has left: “{_SUCCESS}” after {taken:.1f} s ({relays.rpartition('verified, ')[2]})"
 
     def desk_sees_the_record(self):
         service = self._await_record(self._service.port, MAC_ADDRESS, 15)

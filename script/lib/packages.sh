@@ -7,8 +7,7 @@ packages_of() {
     case "$1" in
         build)
             printf '%s\n' build-essential cmake ninja-build pkg-config libboost1.81-dev nlohmann-json3-dev libicu-dev \
-                libre2-dev libfmt-dev libcurl4-openssl-dev libavahi-client-dev libgtest-dev libgmock-dev \
-                libbenchmark-dev
+                libre2-dev libfmt-dev libavahi-client-dev libgtest-dev libgmock-dev
             ;;
         # What the unit and component tests start (ip, ps, zip), and what reads their reports.
         test) printf '%s\n' iproute2 procps python3 zip ;;

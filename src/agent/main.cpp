@@ -1,8 +1,10 @@
-// quillbay-agent: the coordinator without a screen. It restores the bridges that were left switched on, prints the user
-// lines, and runs until it is told to end; then it ends its bridges and leaves it recorded that they are wanted.
+// quillbay-agent: the coordinator without a screen. It restores the bridges that were left switched on,
+// prints the user lines, and runs until it is told to end; then it ends its bridges and leaves it recorded
+// that they are wanted.
 
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -12,6 +14,7 @@
 #include "core/Version.h"
 #include "platform/AsioMainQueue.h"
 #include "platform/DescriptorLimit.h"
+#include "platform/DescriptorTable.h"
 #include "platform/PrintedError.h"
 
 namespace {
@@ -29,26 +32,45 @@ int usage() {
     return 2;
 }
 
-int run() {
-    raiseDescriptorLimit();
-    // A reader of the sentences that goes away must not take the bridges with it.
-    std::signal(SIGPIPE, SIG_IGN);
-
-    AsioMainQueue mainQueue;
-    boost::asio::signal_set signals(mainQueue.context(), SIGTERM, SIGINT, SIGHUP);
+/// Runs the coordinator until a signal ends it. Whatever it started has ended when this returns.
+void runCoordinator(AsioMainQueue& mainQueue, NetworkThreads& network) {
+    boost::asio::signal_set signals(mainQueue.context(), SIGTERM, SIGINT);
+    // A terminal that goes away ends the bridges, unless the program was started to outlive it (nohup).
+    struct sigaction hangUp{};
+    if (::sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler != SIG_IGN) signals.add(SIGHUP);
     signals.async_wait([&](const boost::system::error_code&, int) { mainQueue.stop(); });
 
     SystemClock clock;
     SystemRandomSource random;
-    NetworkThreads network;
     BackgroundWork background;
-    const Host host{mainQueue, network, background, clock, random, FileLocations::system(),
+    const Host host{mainQueue,
+                    network,
+                    background,
+                    clock,
+                    random,
+                    FileLocations::system(),
                     HostTools::system(programDirectory())};
 
     const std::shared_ptr<AppCoordinator> coordinator = AppCoordinator::make(host);
     coordinator->logs().onUserLine = printLine;
     mainQueue.post([&coordinator] { coordinator->restorePersistedBridges(); });
     mainQueue.run();
+}
+
+int run() {
+    raiseDescriptorLimit();
+    // Room for the full range of one phone: while there is a single thread it costs nothing.
+    constexpr std::size_t descriptorsOfABridge = 8192;
+    reserveDescriptors(descriptorsOfABridge);
+    // A reader of the sentences that goes away must not take the bridges with it.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    // The main queue may hold what lives on a network thread, and the threads post to the main queue: so they
+    // stop before it goes, and are gone after it.
+    NetworkThreads network;
+    AsioMainQueue mainQueue;
+    runCoordinator(mainQueue, network);
+    network.stop();
     return 0;
 }
 

@@ -9,7 +9,8 @@ namespace quillbay {
 
 namespace {
 
-// A phone that has just left takes some seconds to be noticed; a tunnel that is being set up takes longer to settle.
+// A phone that has just left takes some seconds to be noticed; a tunnel that is being set up takes longer to
+// settle.
 constexpr std::chrono::milliseconds pauseBetweenLooks{1500};
 constexpr std::chrono::milliseconds multicastAnswerTime{1500};
 constexpr int retriesWhilePresent = 3;

@@ -17,9 +17,10 @@ namespace quillbay {
 using PresenceCheck =
     std::function<bool(const std::string& host, std::chrono::milliseconds timeout, const StopToken& token)>;
 
-/// The part of a bridge's start that blocks: it makes sure that the phone is away, and finds the port on which it
-/// answers. Knows no bridge; runs once, on a background thread, and says what it found through its callbacks, which it
-/// calls on that thread. Of `onFailed` and `onVerified` exactly one is called, unless the token was stopped.
+/// The part of a bridge's start that blocks: it makes sure that the phone is away, and finds the port on
+/// which it answers. Knows no bridge; runs once, on a background thread, and says what it found through its
+/// callbacks, which it calls on that thread. Of `onFailed` and `onVerified` exactly one is called, unless the
+/// token was stopped.
 class BridgeStartWork {
  public:
     struct Callbacks {
@@ -60,8 +61,8 @@ class BridgeStartWork {
 /// The wire protocol version in a captured TXT record ("ver"), 19 where there is none that can be read.
 std::int64_t wireProtocolVersion(const DeviceProfile& profile);
 
-/// The scan of all ports on which a phone's pairing daemon may listen (the IANA dynamic range), with the profile's port
-/// first.
+/// The scan of all ports on which a phone's pairing daemon may listen (the IANA dynamic range), with the
+/// profile's port first.
 RemotePairingProbe::Scan controlChannelScan(const DeviceProfile& profile);
 
 }  // namespace quillbay

@@ -17,12 +17,13 @@ namespace {
 /// Thousands of processes with long command lines are well below this.
 constexpr std::size_t processListLimitBytes = std::size_t{32} * 1024 * 1024;
 
-/// A `ps` that takes longer hangs, and the clean-up is best effort.
-constexpr std::chrono::seconds processListTimeLimit{10};
+/// It takes some hundredths of a second. One that takes longer hangs; the clean-up is best effort, and the
+/// main queue waits.
+constexpr std::chrono::seconds processListTimeLimit{2};
 
 std::string processList(const HostTools::Tool& ps) {
     ChildCommand command{ps.executable, ps.leadingArguments, ChildCommand::Output::pipe,
-                         ChildCommand::Output::null};
+                         ChildCommand::Output::null, ps.environment};
     command.arguments.insert(command.arguments.end(), {"-axo", "pid=,command="});
     try {
         auto result = runToEnd(command, processListLimitBytes, StopToken(), processListTimeLimit);

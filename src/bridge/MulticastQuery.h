@@ -17,9 +17,10 @@ namespace quillbay {
 ///     2       2         flags: 0, a standard query
 ///     4       2         questions: 1
 ///     6       6         answers, authorities, additional records: 0
-///     12      variable  the name: labels, each behind its length in one byte, then a zero byte; no
-///     compression then    2         type 0x00FF, any then    2         class 0x8001, IN with the
-///     unicast-response bit
+///     12      variable  the name: labels, each behind its length in one byte,
+///                       then a zero byte; no compression
+///     then    2         type 0x00FF, any
+///     then    2         class 0x8001, IN with the unicast-response bit
 ///
 /// Letter case and one final dot of the host make no difference. Nothing for a name that cannot be asked for:
 /// an empty one, or one with a label of more than 63 bytes.

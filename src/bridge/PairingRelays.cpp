@@ -14,8 +14,8 @@ namespace {
 constexpr std::chrono::milliseconds bindTime{2000};
 
 template <typename Relay>
-std::unique_ptr<Relay> startRelay(NetworkThreads& network, const PairingRelayRequest& request, std::uint16_t localPort,
-                                  const char* transport) {
+std::unique_ptr<Relay> startRelay(NetworkThreads& network, const PairingRelayRequest& request,
+                                  std::uint16_t localPort, const char* transport) {
     auto relay =
         std::make_unique<Relay>(network, request.localIP, localPort, request.remoteHost, request.remotePort);
     if (request.onFailure)
@@ -42,9 +42,11 @@ PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayReque
             relays.tcp = startRelay<TCPRelay>(network, request, port, "TCP");
         } catch (const std::exception& error) {
             lastError = std::current_exception();
-            // That the phone's own port is taken here is common (the pairing daemon of this computer) and no news.
+            // That the phone's own port is taken here is common (the pairing daemon of this computer) and no
+            // news.
             if (attempt > 0)
-                log(fmt::format("local port {} unavailable for TCP ({}), trying next…", port, printedError(error)));
+                log(fmt::format("local port {} unavailable for TCP ({}), trying next…", port,
+                                printedError(error)));
             continue;
         }
         try {
@@ -57,9 +59,10 @@ PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayReque
             continue;
         }
         if (attempt > 0)
-            log(fmt::format("local port {} was unavailable on this Mac — relaying the RemotePairing control channel "
-                            "on {} instead.",
-                            request.remotePort, port));
+            log(fmt::format(
+                "local port {} was unavailable on this Mac — relaying the RemotePairing control channel "
+                "on {} instead.",
+                request.remotePort, port));
         return relays;
     }
     std::rethrow_exception(lastError);

@@ -32,9 +32,9 @@ struct PairingRelayRequest {
     std::function<void(std::uint16_t localPort, std::string transport, std::exception_ptr error)> onFailure;
 };
 
-/// Opens the control channel's relays on the first local port that is free for TCP and for UDP. Blocks its caller, the
-/// main thread, for up to two seconds per attempt and transport. Throws the error of the last attempt,
-/// and RelayBindError when there was none.
+/// Opens the control channel's relays on the first local port that is free for TCP and for UDP. Blocks its
+/// caller, the main thread, for up to two seconds per attempt and transport. Throws the error of the last
+/// attempt, and RelayBindError when there was none.
 PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayRequest& request);
 
 }  // namespace quillbay

@@ -35,7 +35,8 @@ std::shared_ptr<ProxyBridge> ProxyBridge::make(const Host& host, DeviceProfile p
         new ProxyBridge(host, std::move(profile), std::move(localIP), std::move(presenceCheck)));
 }
 
-ProxyBridge::ProxyBridge(const Host& host, DeviceProfile profile, LocalIP localIP, PresenceCheck presenceCheck)
+ProxyBridge::ProxyBridge(const Host& host, DeviceProfile profile, LocalIP localIP,
+                         PresenceCheck presenceCheck)
     : host_(host),
       profile_(std::move(profile)),
       localIP_(std::move(localIP)),
@@ -82,9 +83,11 @@ void ProxyBridge::closeEverything() {
 }
 
 void ProxyBridge::closeWhatIsUp() {
-    for (const auto& relay : relays_) relay->stop();
+    for (const auto& relay : relays_)
+        relay->stop();
     relays_.clear();
-    for (const auto& relay : udpRelays_) relay->stop();
+    for (const auto& relay : udpRelays_)
+        relay->stop();
     udpRelays_.clear();
     coveredPorts_.reset();
     // The watcher's queue may just be calling it: it is stopped before its callback goes.
@@ -95,8 +98,8 @@ void ProxyBridge::closeWhatIsUp() {
 
 void ProxyBridge::runInBackground(bool scanIfPortStale, const std::string& localIP) {
     auto work = std::make_shared<BridgeStartWork>(profile_, deviceCtlLister_, presenceCheck_,
-                                                  RemotePairingProbe(host_.network, host_.random), host_.clock,
-                                                  startCallbacks(localIP));
+                                                  RemotePairingProbe(host_.network, host_.random),
+                                                  host_.clock, startCallbacks(localIP));
     startWork_ = host_.background.run(
         [work, scanIfPortStale, epochs = epochs_, steps = mainSteps()](const StopToken& token) {
             if (!epochs->bridgeExists) return;
@@ -118,7 +121,8 @@ void ProxyBridge::MainSteps::post(std::function<void(ProxyBridge&)> step) const 
 }
 
 std::shared_ptr<const ProxyBridge::MainSteps> ProxyBridge::mainSteps() {
-    return std::make_shared<const MainSteps>(MainSteps{host_.mainQueue, weak_from_this(), epochs_->generation});
+    return std::make_shared<const MainSteps>(
+        MainSteps{host_.mainQueue, weak_from_this(), epochs_->generation});
 }
 
 BridgeStartWork::Callbacks ProxyBridge::startCallbacks(const std::string& localIP) {
@@ -146,7 +150,8 @@ BridgeStartWork::Callbacks ProxyBridge::startCallbacks(const std::string& localI
     };
     callbacks.beginScan = [epochs = epochs_, generation = epochs_->generation.load()] {
         return [epochs, generation, scanGeneration = epochs->scanGeneration.load()] {
-            return epochs->bridgeExists && epochs->generation == generation && epochs->scanGeneration == scanGeneration;
+            return epochs->bridgeExists && epochs->generation == generation &&
+                   epochs->scanGeneration == scanGeneration;
         };
     };
     return callbacks;
@@ -166,7 +171,8 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
         request.onFailure = [&mainQueue = host_.mainQueue, weak = weak_from_this()](
                                 std::uint16_t port, std::string transport, const std::exception_ptr& error) {
             mainQueue.post([weak, port, transport = std::move(transport), text = printedError(error)] {
-                if (const auto bridge = weak.lock()) bridge->handleCriticalRelayFailure(port, transport, text);
+                if (const auto bridge = weak.lock())
+                    bridge->handleCriticalRelayFailure(port, transport, text);
             });
         };
         PairingRelays control = bindPairingRelays(host_.network, request);
@@ -182,8 +188,8 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
         }
         const std::string relayedOn =
             devicePort == localPort ? "" : fmt::format(" (relayed locally on {})", localPort);
-        log(fmt::format("port {}{} verified, {} TCP + {} UDP relay open", devicePort, relayedOn, relays_.size(),
-                        udpRelays_.size()));
+        log(fmt::format("port {}{} verified, {} TCP + {} UDP relay open", devicePort, relayedOn,
+                        relays_.size(), udpRelays_.size()));
     } catch (const std::exception& error) {
         if (superseded()) return;
         // What a failed start leaves open would serve nobody. A scan of the user's goes on.
@@ -225,7 +231,8 @@ void ProxyBridge::openRelays(const std::string& localIP, std::uint16_t port, con
 
 void ProxyBridge::watchTunnelPorts(const std::string& localIP) {
     tunnelPortWatcher_.onPort = [steps = mainSteps(), localIP](std::uint16_t port) {
-        steps->post([port, localIP](ProxyBridge& bridge) { bridge.handleDiscoveredTunnelPort(port, localIP); });
+        steps->post(
+            [port, localIP](ProxyBridge& bridge) { bridge.handleDiscoveredTunnelPort(port, localIP); });
     };
     try {
         tunnelPortWatcher_.start();

@@ -20,23 +20,24 @@ namespace quillbay {
 
 /// The engine of one device profile while the phone is away.
 ///
-/// Owned by the coordinator and used on the main queue, as are all its callbacks. What blocks runs in the background and
-/// comes back with a step on the main queue:
+/// Owned by the coordinator and used on the main queue, as are all its callbacks. What blocks runs in the
+/// background and comes back with a step on the main queue:
 ///
 ///     main        start ──▶ pairing          performStart ──▶ active ── onPort ──▶ one more relay pair
 ///                   │                             ▲  │
-///     background    └─▶ is it away? ─▶ probe ─────┤  └─▶ proxy record, control channel, tunnel range, log follower
-///                                        └─▶ scan ┘
+///     background    └─▶ is it away? ─▶ probe ─────┤  └─▶ control channel, proxy record, tunnel range,
+///                                        └─▶ scan ┘      log follower
 ///
-/// Every step carries the `generation` in which it was asked for and is dropped when `stop` or a newer start has begun
-/// another; only the failure of a control channel is reported in any generation. The background part never holds the
-/// bridge, so a dropped bridge ends at once.
+/// Every step carries the `generation` in which it was asked for and is dropped when `stop` or a newer start
+/// has begun another; only the failure of a control channel is reported in any generation. The background
+/// part never holds the bridge, so a dropped bridge ends at once.
 class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
  public:
     /// Reads this computer's local IPv4 address now.
     using LocalIP = std::function<std::optional<std::string>()>;
 
-    /// `host` must outlive the bridge. Without a `presenceCheck` the real one is used, which asks the network.
+    /// `host` must outlive the bridge. Without a `presenceCheck` the real one is used, which asks the
+    /// network.
     static std::shared_ptr<ProxyBridge> make(const Host& host, DeviceProfile profile, LocalIP localIP,
                                              PresenceCheck presenceCheck = {});
     ~ProxyBridge();
@@ -47,17 +48,17 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     std::function<void(std::uint16_t)> onDiscoveredPort;
     std::function<void(const std::string&)> onLog;
 
-    /// Starts or restarts. When the profile's port does not answer, scans for the current one if `scanIfPortStale`,
-    /// and fails otherwise. Every failure ends in the state `error`.
+    /// Starts or restarts. When the profile's port does not answer, scans for the current one if
+    /// `scanIfPortStale`, and fails otherwise. Every failure ends in the state `error`.
     void start(bool scanIfPortStale);
 
     /// Takes everything down and returns to `idle`. Waits for the proxy registration to end.
     void stop();
 
-    /// Scans for the phone's port at the user's request, without touching the bridge otherwise; a scan that runs already
-    /// ends early. `onProgress` (may be empty) is told every port probed, on a network thread; `completion` gets the
-    /// report on the main queue, unless the bridge is gone by then. Throws std::system_error when the system has no
-    /// thread to give.
+    /// Scans for the phone's port at the user's request, without touching the bridge otherwise; a scan that
+    /// runs already ends early. `onProgress` (may be empty) is told every port probed, on a network thread;
+    /// `completion` gets the report on the main queue, unless the bridge is gone by then. Throws
+    /// std::system_error when the system has no thread to give.
     void discoverDevicePort(std::function<void(RemotePairingScanReport)> completion,
                             std::function<void(std::uint16_t)> onProgress = {});
 
@@ -82,8 +83,8 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
         std::weak_ptr<ProxyBridge> bridge;
         std::int64_t generation;
 
-        /// Runs `step` on the main queue if the bridge still exists then and the generation is still current. May be
-        /// called on any thread.
+        /// Runs `step` on the main queue if the bridge still exists then and the generation is still current.
+        /// May be called on any thread.
         void post(std::function<void(ProxyBridge&)> step) const;
     };
 
@@ -98,7 +99,8 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     void openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
                     const std::shared_ptr<const MainSteps>& steps);
     void watchTunnelPorts(const std::string& localIP);
-    void handleCriticalRelayFailure(std::uint16_t port, const std::string& transport, const std::string& error);
+    void handleCriticalRelayFailure(std::uint16_t port, const std::string& transport,
+                                    const std::string& error);
     void handleDiscoveredTunnelPort(std::uint16_t port, const std::string& localIP);
     void closeEverything();
     /// Relays, log follower and proxy record; not the work in the background.

@@ -27,13 +27,13 @@ class RelayErrorCallback {
     }
 
     /// Calls the function, if there is one, outside the lock: it may assign anew.
-    void operator()(const std::exception_ptr& error) const {
+    void operator()(std::exception_ptr error) const {
         Function function;
         {
             const std::lock_guard lock(slot_->mutex);
             function = slot_->function;
         }
-        if (function) function(error);
+        if (function) function(std::move(error));
     }
 
     explicit operator bool() const {

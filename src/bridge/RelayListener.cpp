@@ -33,7 +33,7 @@ class RelayListener::BlockingStart {
     void wait(std::chrono::milliseconds timeout) {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, timeout, [this] { return error_ != nullptr || state_ == State::ready; });
-        if (error_) std::rethrow_exception(error_);
+        if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
         if (state_ == State::ready) return;
         state_ = State::abandoned;
         throw RelayBindError::timedOut();
@@ -57,16 +57,20 @@ RelayListener::RelayListener(boost::asio::io_context& loop, std::string localIP,
 
 void RelayListener::start() {
     static_cast<void>(ipv4Endpoint(localIP_, localPort_));  // throws for what can be no address of a listener
-    boost::asio::post(loop_, [self = shared_from_this()] { self->openAndListen(); });
+    boost::asio::post(loop_, [self = shared_from_this()] {
+        if (self->stopped_) return;
+        if (auto error = self->openAndListen()) self->fail(std::move(error));
+    });
 }
 
-void RelayListener::openAndListen() {
-    if (stopped_) return;
+std::exception_ptr RelayListener::openAndListen() {
     try {
         adopt(open(localIP_, localPort_));
         listen();
+        return nullptr;
     } catch (...) {
-        fail(std::current_exception());
+        end();
+        return std::current_exception();
     }
 }
 
@@ -80,14 +84,8 @@ void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
     const auto meeting = std::make_shared<BlockingStart>();
     boost::asio::post(loop_, [self = shared_from_this(), meeting] {
         if (self->stopped_) return;
-        try {
-            self->adopt(self->open(self->localIP_, self->localPort_));
-            self->listen();
-            if (!meeting->ready()) self->end();
-        } catch (...) {
-            self->end();
-            meeting->failed(std::current_exception());
-        }
+        if (auto error = self->openAndListen()) return meeting->failed(std::move(error));
+        if (!meeting->ready()) self->end();
     });
     meeting->wait(timeout);
 }
@@ -113,9 +111,9 @@ void RelayListener::end() {
     socket_.close();
 }
 
-void RelayListener::fail(const std::exception_ptr& error) {
+void RelayListener::fail(std::exception_ptr error) {
     end();
-    if (!stopped_) onError_(error);
+    if (!stopped_) onError_(std::move(error));
 }
 
 }  // namespace quillbay

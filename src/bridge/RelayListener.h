@@ -53,14 +53,15 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     virtual void forgetConnections() = 0;
 
     /// The listener has failed; it is closed. Connections stay.
-    void fail(const std::exception_ptr& error);
+    void fail(std::exception_ptr error);
 
     boost::asio::io_context& loop() { return loop_; }
     WatchedSocket& socket() { return socket_; }
 
  private:
     class BlockingStart;
-    void openAndListen();
+    /// Nothing, or why it did not come to listening.
+    std::exception_ptr openAndListen();
     void adopt(UniqueDescriptor opened);
     void end();
 

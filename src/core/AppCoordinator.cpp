@@ -29,8 +29,8 @@ AppCoordinator::AppCoordinator(const Host& host, PresenceCheck presenceCheck)
         providersByID_.emplace(type.id, type.makeProvider());
     refreshInstalledProviders();
     logs_.diagnostic(std::string("Quillbay started — version ") + applicationVersion());
-    DNSServiceProxy::killAllOrphanedProxyProcesses(host_.tools,
-                                                   [this](const std::string& line) { logs_.diagnostic(line); });
+    DNSServiceProxy::killAllOrphanedProxyProcesses(
+        host_.tools, [this](const std::string& line) { logs_.diagnostic(line); });
 }
 
 AppCoordinator::~AppCoordinator() = default;
@@ -50,11 +50,15 @@ void AppCoordinator::beginWatching() {
 }
 
 void AppCoordinator::handleAddressChange(const std::optional<std::string>& address) {
-    logs_.diagnostic(host_.interfaceName() + " IP changed: " + address.value_or("none") + " — restarting bridges");
-    for (const auto& [id, bridge] : bridgesByProfileID_) bridge->start(false);
+    logs_.diagnostic(host_.interfaceName() + " IP changed: " + address.value_or("none") +
+                     " — restarting bridges");
+    for (const auto& [id, bridge] : bridgesByProfileID_)
+        bridge->start(false);
 }
 
-std::optional<std::string> AppCoordinator::localIP() const { return host_.ipv4Address(host_.interfaceName()); }
+std::optional<std::string> AppCoordinator::localIP() const {
+    return host_.ipv4Address(host_.interfaceName());
+}
 
 void AppCoordinator::refreshInstalledProviders() {
     installedProviders_.clear();
@@ -74,7 +78,9 @@ void AppCoordinator::restorePersistedBridges() {
     }
 }
 
-void AppCoordinator::start(DeviceProfile profile) { startBridge(std::move(profile), true); }
+void AppCoordinator::start(DeviceProfile profile) {
+    startBridge(std::move(profile), true);
+}
 
 void AppCoordinator::stop(DeviceProfile profile) {
     teardownBridge(profile.id(), CloseAnnouncement::announced, profile.displayName);
@@ -86,9 +92,10 @@ void AppCoordinator::startBridge(DeviceProfile profile, bool scanIfPortStale) {
     teardownBridge(id, CloseAnnouncement::silent, std::nullopt);
     setBridgeEnabled(true, id);
     logs_.user("Bridging to \"" + profile.displayName + "\"");
-    logs_.diagnostic(fmt::format("Starting bridge for \"{}\": provider={} ip={} port={} scanIfPortStale={} localIP={}",
-                                 profile.displayName, profile.providerDisplayName(), profile.providerIP,
-                                 profile.remotePairingPort, scanIfPortStale, localIP().value_or("none")));
+    logs_.diagnostic(
+        fmt::format("Starting bridge for \"{}\": provider={} ip={} port={} scanIfPortStale={} localIP={}",
+                    profile.displayName, profile.providerDisplayName(), profile.providerIP,
+                    profile.remotePairingPort, scanIfPortStale, localIP().value_or("none")));
     const auto bridge = ProxyBridge::make(
         host_, profile, [&host = host_] { return host.ipv4Address(host.interfaceName()); }, presenceCheck_);
     attach(*bridge, profile);
@@ -102,7 +109,8 @@ void AppCoordinator::attach(ProxyBridge& bridge, const DeviceProfile& profile) {
             if (const auto coordinator = weak.lock()) step(*coordinator);
         });
     };
-    bridge.onStateChanged = [onMain, profile, sender = bridge.weak_from_this()](const ProxyBridgeState& state) {
+    bridge.onStateChanged = [onMain, profile,
+                             sender = bridge.weak_from_this()](const ProxyBridgeState& state) {
         onMain([profile, sender, state](AppCoordinator& coordinator) {
             // What a bridge said before it was torn down is late news.
             const auto current = coordinator.bridgesByProfileID_.find(profile.id());
@@ -135,8 +143,8 @@ void AppCoordinator::handleBridgeState(const ProxyBridgeState& state, const Devi
         case ProxyBridgeState::Kind::error: {
             const std::string sentence =
                 UserFacingConnectionError::message(state.message, profile.providerDisplayName());
-            setStatus(id, BridgeStatus::error(sentence));
             logs_.diagnostic(profile.displayName + ": error — " + state.message);
+            setStatus(id, BridgeStatus::error(sentence));
             logs_.user("Connection error: " + sentence);
             break;
         }
@@ -157,8 +165,8 @@ void AppCoordinator::teardownBridge(const std::string& profileID, CloseAnnouncem
     setStatus(profileID, BridgeStatus::off());
     if (!displayName) return;
     const bool announceClose = announcement == CloseAnnouncement::announced;
-    logs_.diagnostic(fmt::format("Bridge torn down for \"{}\" (announceClose={}, wasRunning={})", *displayName,
-                                 announceClose, wasRunning));
+    logs_.diagnostic(fmt::format("Bridge torn down for \"{}\" (announceClose={}, wasRunning={})",
+                                 *displayName, announceClose, wasRunning));
     if (announceClose && wasRunning) logs_.user("Bridge is closed \"" + *displayName + "\"");
 }
 
@@ -191,9 +199,9 @@ void AppCoordinator::saveProfile(DeviceProfile profile, SaveAnnouncement announc
     profiles_ = profileStore_.load();
     logs_.diagnostic(fmt::format(
         "Profile {}: \"{}\" id={} host={} provider={} ip={} port={} range={}-{} bridgeEnabled={}",
-        announce ? what : "persisted", profile.displayName, id, profile.bonjourHost, profile.providerDisplayName(),
-        profile.providerIP, profile.remotePairingPort, profile.tunnelPortRangeStart, profile.tunnelPortRangeEnd,
-        profile.bridgeEnabled.value_or(false)));
+        announce ? what : "persisted", profile.displayName, id, profile.bonjourHost,
+        profile.providerDisplayName(), profile.providerIP, profile.remotePairingPort,
+        profile.tunnelPortRangeStart, profile.tunnelPortRangeEnd, profile.bridgeEnabled.value_or(false)));
     if (announce) logs_.user("Device \"" + profile.displayName + "\" " + what + ".");
 }
 

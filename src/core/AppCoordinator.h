@@ -19,23 +19,23 @@
 
 namespace quillbay {
 
-/// The one object that owns every service of the running program and publishes the state that people see. It lives on
-/// the main queue: all its members are called there and all published state changes there.
+/// The one object that owns every service of the running program and publishes the state that people see. It
+/// lives on the main queue: all its members are called there and all published state changes there.
 ///
 /// It has no shutdown step of its own: destroying it ends the bridges and their registrations and leaves
 /// `bridgeEnabled` as it is, which is what the next run starts from.
 class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
  public:
-    /// Loads the profiles, finds the installed VPN clients, ends proxy registrations that an earlier run left behind
-    /// (blocking while it lists the processes) and begins to watch the local address. `host` must outlive the
-    /// coordinator. Starts no bridge. Without a `presenceCheck` the bridges use the real one.
+    /// Loads the profiles, finds the installed VPN clients, ends proxy registrations that an earlier run left
+    /// behind (blocking while it lists the processes) and begins to watch the local address. `host` must
+    /// outlive the coordinator. Starts no bridge. Without a `presenceCheck` the bridges use the real one.
     static std::shared_ptr<AppCoordinator> make(const Host& host, PresenceCheck presenceCheck = {});
     ~AppCoordinator();
     AppCoordinator(const AppCoordinator&) = delete;
     AppCoordinator& operator=(const AppCoordinator&) = delete;
 
-    /// Starts the bridge of every profile that the user left switched on. Called once, as the first task of the main
-    /// queue.
+    /// Starts the bridge of every profile that the user left switched on. Called once, as the first task of
+    /// the main queue.
     void restorePersistedBridges();
 
     // Profiles are taken by value: a caller may pass one of `profiles`, which these operations replace.
@@ -50,7 +50,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     /// Whether ending a bridge is told to the user.
     enum class CloseAnnouncement { silent, announced };
 
-    /// Stops the profile's bridge, if there is one, and forgets it. Without a display name the stored one is used.
+    /// Stops the profile's bridge, if there is one, and forgets it. Without a display name the stored one is
+    /// used.
     void teardownBridge(const std::string& profileID, CloseAnnouncement announcement,
                         std::optional<std::string> displayName);
 
@@ -69,7 +70,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     /// Stores a port that a scan has found.
     void updateRemotePairingPort(std::uint16_t port, const std::string& profileID);
 
-    /// Restarts every bridge in place after this computer's address has become `address` (nothing: none any more).
+    /// Restarts every bridge in place after this computer's address has become `address` (nothing: none any
+    /// more).
     void handleAddressChange(const std::optional<std::string>& address);
 
     /// Looks anew for the VPN clients on this computer.
@@ -81,7 +83,9 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     }
     /// `off` for a profile without an entry.
     [[nodiscard]] BridgeStatus status(const std::string& profileID) const;
-    [[nodiscard]] const std::map<std::string, BridgeStatus>& statusByProfileID() const { return statusByProfileID_; }
+    [[nodiscard]] const std::map<std::string, BridgeStatus>& statusByProfileID() const {
+        return statusByProfileID_;
+    }
     /// One status for all: on before pairing before error before off.
     [[nodiscard]] BridgeStatus overallStatus() const;
     [[nodiscard]] AppLogStore& logs() { return logs_; }

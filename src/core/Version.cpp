@@ -2,6 +2,8 @@
 
 namespace quillbay {
 
-const char* applicationVersion() { return QUILLBAY_VERSION; }
+const char* applicationVersion() {
+    return QUILLBAY_VERSION;
+}
 
 }  // namespace quillbay

@@ -13,8 +13,8 @@ namespace quillbay {
 ///     {"result": {"devices": [{"identifier": text,
 ///                              "hardwareProperties": {"udid": text},
 ///                              "deviceProperties": {"name": text},
-///                              "connectionProperties": {"potentialHostnames": [text], "tunnelState":
-///                              text}}]}}
+///                              "connectionProperties": {"potentialHostnames": [text],
+///                                                       "tunnelState": text}}]}}
 ///
 /// "result", "devices" and each "identifier" must be there; everything else may be missing or null, and other
 /// keys are ignored. Nothing when the text is no such document, also when it is nested deeper than 64 levels.

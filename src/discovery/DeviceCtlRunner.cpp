@@ -64,7 +64,8 @@ void DeviceCtlRunner::start(const std::vector<std::string>& arguments) {
 void DeviceCtlRunner::stop() {
     if (!session_) return;
     session_->stopped = true;
-    session_->reader->stop();
+    // There is no reader when the system refused to watch the pipe.
+    if (session_->reader) session_->reader->stop();
     session_.reset();
     child_->terminate();
 }

@@ -1,23 +1,28 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace quillbay {
 
-/// The command-line tools of the host that this system drives as child processes. Every child is started from this
-/// table, and tests replace it.
+/// The command-line tools of the host that this system drives as child processes. Every child but the VPN
+/// clients (whose paths the user chooses) is started from this table, and tests replace it.
 struct HostTools {
     /// A tool and the arguments that always come first.
     struct Tool {
         std::string executable;
         std::vector<std::string> leadingArguments;
+        /// Changes of the environment that it needs: a variable's value, or nothing to remove it.
+        std::map<std::string, std::optional<std::string>> environment = {};
     };
 
     /// Bonjour: `-i IFACE -P …` registers a proxy, `-Z TYPE DOMAIN` dumps a zone.
     Tool dnsSD;
-    /// Follows the system log and prints the lines of the pairing daemon, one each, with no further arguments.
+    /// Follows the system log and prints the lines of the pairing daemon, one each, with no further
+    /// arguments.
     Tool logFollower;
     /// Answers `devicectl …`.
     Tool xcrun;
@@ -26,8 +31,8 @@ struct HostTools {
     /// Packs files with `-q -j ARCHIVE FILE…`.
     Tool zip;
 
-    /// The host's own tools. `programDirectory` is the folder of the running program, beside which the bundled
-    /// helpers are found.
+    /// The host's own tools. `programDirectory` is the folder of the running program, beside which the
+    /// bundled helpers are found.
     static HostTools system(const std::filesystem::path& programDirectory);
 };
 

@@ -1,6 +1,7 @@
 #include "platform/JSONValue.h"
 
 #include <fmt/format.h>
+#include <algorithm>
 
 #include <cmath>
 #include <limits>
@@ -131,10 +132,9 @@ std::uint16_t JSONValue::uint16(std::string_view name) const {
 const JSONValue* JSONValue::lastMember(std::string_view name) const {
     const auto* members = std::get_if<Object>(&value_);
     if (members == nullptr) throw JSONError(fmt::format("what should hold \"{}\" is not an object", name));
-    for (auto member = members->rbegin(); member != members->rend(); ++member) {
-        if (member->name == name) return &member->value;
-    }
-    return nullptr;
+    const auto found = std::find_if(members->rbegin(), members->rend(),
+                                    [name](const auto& member) { return member.name == name; });
+    return found == members->rend() ? nullptr : &found->value;
 }
 
 const JSONValue* JSONValue::member(std::string_view name) const {

@@ -2,6 +2,7 @@
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <future>
 #include <utility>
 
@@ -14,6 +15,9 @@ namespace quillbay {
 struct WorkerThread::Loop : boost::asio::io_context {
     using boost::asio::io_context::shutdown;
     boost::asio::executor_work_guard<executor_type> work{get_executor()};
+    // Never waits. A loop opens its own descriptors with its first timer or socket: here, where a shortage is
+    // the constructor's error, and not on the thread, where it would be nobody's.
+    boost::asio::steady_timer opensTheLoop{*this};
 };
 
 WorkerThread::WorkerThread(const std::string& name)

@@ -71,7 +71,7 @@ nlohmann::ordered_json encodeProfile(const DeviceProfile& profile) {
     nlohmann::json entries = nlohmann::json::object();
     for (const auto& [key, value] : profile.txtRecord)
         entries[textFromBytes(key)] = textFromBytes(value);
-    object["txtRecord"] = std::move(entries);
+    object["txtRecord"] = entries;
     if (profile.bridgeEnabled) object["bridgeEnabled"] = *profile.bridgeEnabled;
     return object;
 }

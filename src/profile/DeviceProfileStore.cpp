@@ -48,9 +48,9 @@ void DeviceProfileStore::save(const std::vector<DeviceProfile>& profiles) const 
         try {
             replaceFile(fileURL_, encodeProfiles(profiles));
         } catch (const std::exception&) {
-            // The file keeps its last good content, and the owner, who reads it back, shows that the change was
-            // not kept: nobody at the screen could do more about a full or read-only disk than the system's
-            // own warnings already ask for.
+            // The file keeps its last good content, and the owner, who reads it back, shows that the change
+            // was not kept: nobody at the screen could do more about a full or read-only disk than the
+            // system's own warnings already ask for.
         }
     });
 }

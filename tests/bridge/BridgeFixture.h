@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bridge/ProxyBridge.h"
@@ -58,6 +59,13 @@ class BridgeTest : public ::testing::Test {
         const bool ended = world.until([&] { return world.background.pending() == 0; });
         world.settle();
         return ended;
+    }
+
+    /// Waits until nothing runs in the background any more, while what it posted stays unhandled.
+    bool untilPosted() {
+        for (int i = 0; i < 5000 && world.background.pending() != 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return world.background.pending() == 0;
     }
 
     fakes::TestHost world;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <map>
+#include <optional>
 
 #include "bridge/ChildrenSupport.h"
 #include "fakes/TemporaryFolder.h"
@@ -282,6 +284,43 @@ TEST_F(DNSServiceProxyTest, many_starts_and_stops_leave_no_descriptor_behind) {
         proxy.start(phone());
     proxy.stop();
     EXPECT_TRUE(eventually([&] { return children::openDescriptors() <= before; }));
+}
+
+/// A variable of this process, with its old value afterwards.
+class TemporaryVariable {
+ public:
+    TemporaryVariable(const char* name, const char* value) : name_(name) {
+        if (const char* old = std::getenv(name)) before_ = old;
+        ::setenv(name, value, 1);
+    }
+    ~TemporaryVariable() {
+        if (before_)
+            ::setenv(name_, before_->c_str(), 1);
+        else
+            ::unsetenv(name_);
+    }
+    TemporaryVariable(const TemporaryVariable&) = delete;
+    TemporaryVariable& operator=(const TemporaryVariable&) = delete;
+
+ private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+TEST_F(DNSServiceProxyTest,
+       finds_a_leftover_by_the_real_process_list_in_a_narrow_terminal_and_a_plain_locale) {
+    const TemporaryVariable narrow("COLUMNS", "40");
+    const TemporaryVariable plain("LC_ALL", "C");
+    tools.ps = HostTools::system(programDirectory()).ps;
+    beSoon("obey");
+    // A name that no other registration on this computer has.
+    const std::string name = "Robin’s iPhone " + folder.path().filename().string();
+    ChildCommand command{tools.dnsSD.executable, tools.dnsSD.leadingArguments};
+    command.arguments.insert(command.arguments.end(), {"-i", "en0", "-P", name});
+    const ChildProcess leftover = ChildProcess::launch(command);
+    DNSServiceProxy::killOrphanedRegistrations(tools, name);
+    EXPECT_TRUE(eventually([&] { return !leftover.isRunning(); }));
+    leftover.terminateAndWait();
 }
 
 }  // namespace

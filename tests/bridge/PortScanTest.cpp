@@ -99,6 +99,17 @@ TEST_F(PortScanTest, never_has_more_probes_in_flight_than_it_may) {
     EXPECT_EQ(portScan->mostInFlight(), 8U);
 }
 
+TEST_F(PortScanTest, probes_96_of_the_ports_from_49152_on_at_once_by_default) {
+    EXPECT_EQ(Scan().firstPort, 49152);
+    EXPECT_EQ(Scan().lastPort, 65535);
+    const ProbedServer server(ProbedServer::Manner::staysSilent, 200);
+    Scan scan = scanOf(server);
+    scan.timeout = milliseconds(150);
+    const auto portScan = std::make_shared<PortScan>(*network_, random_, scan, resolveHost(scan.host));
+    EXPECT_EQ(portScan->run(StopToken()).openButSilent.size(), 200U);
+    EXPECT_EQ(portScan->mostInFlight(), 96U);
+}
+
 TEST_F(PortScanTest, a_concurrency_of_zero_means_one) {
     const ProbedServer server(ProbedServer::Manner::staysSilent, 3);
     Scan scan = scanOf(server);

@@ -6,13 +6,20 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <future>
+#include <memory>
 #include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
+#include "bridge/HostAddresses.h"
+#include "bridge/ProbeAttempt.h"
 #include "bridge/RemotePairingProbe.h"
 #include "fakes/Leaks.h"
 #include "platform/NetworkThreads.h"
 #include "platform/RandomSource.h"
+#include "platform/SerialQueue.h"
 
 namespace quillbay::fakes {
 
@@ -44,6 +51,26 @@ class ProbeFixture : public testing::Test {
             std::this_thread::sleep_for(milliseconds(1));
         }
         return true;
+    }
+
+    /// The outcome of one probe of a host that has all these addresses, in this order.
+    ProbeAttempt::Outcome askAll(NetworkThreads& network, const std::vector<std::string>& hosts,
+                                 std::uint16_t port, milliseconds limit = milliseconds(5000)) {
+        std::vector<HostAddress> addresses;
+        for (const std::string& host : hosts) {
+            const auto found = resolveHost(host);
+            addresses.insert(addresses.end(), found.begin(), found.end());
+        }
+        EXPECT_EQ(addresses.size(), hosts.size());
+        const ProbeAttempt::Question question{
+            std::make_shared<const std::vector<HostAddress>>(std::move(addresses)), port, 19, limit, limit};
+        std::promise<ProbeAttempt::Outcome> outcome;
+        auto& loop = network.contextFor(0);
+        SerialQueue("test", loop).post([&] {
+            const auto done = [&](ProbeAttempt::Outcome value) { outcome.set_value(value); };
+            std::make_shared<ProbeAttempt>(loop, random_, question, done)->start();
+        });
+        return outcome.get_future().get();
     }
 
     static milliseconds took(const std::function<void()>& work) {

@@ -71,6 +71,22 @@ TEST_F(ProbeNetworkTest, an_address_that_drops_packets_does_not_respond_within_t
     });
 }
 
+TEST_F(ProbeNetworkTest, an_address_that_drops_packets_costs_the_connect_time_and_the_next_is_asked) {
+    inNetworkNamespace([&] {
+        makeSilentNetwork();
+        const ProbedServer server(ProbedServer::Manner::answers);
+        NetworkThreads network(1);
+        ProbeAttempt::Outcome outcome;
+        const milliseconds time = took([&] {
+            outcome = askAll(network, {"10.77.0.2", server.address()}, server.firstPort(), milliseconds(300));
+        });
+        EXPECT_EQ(outcome, Result::remotePairingPort);
+        EXPECT_GE(time, milliseconds(300));
+        EXPECT_LT(time, milliseconds(1500));
+        network.drain();
+    });
+}
+
 TEST_F(ProbeNetworkTest, a_host_without_a_route_and_a_name_without_a_resolver_do_not_respond) {
     inNetworkNamespace([&] {
         NetworkThreads network(1);

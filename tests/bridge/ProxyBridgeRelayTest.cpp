@@ -1,6 +1,8 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 
+#include <array>
+#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read.hpp>
@@ -8,14 +10,15 @@
 #include <filesystem>
 
 #include "bridge/BridgeFixture.h"
+#include "bridge/RelayBindError.h"
 
 namespace quillbay {
 namespace {
 
+using boost::asio::ip::tcp;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
-using boost::asio::ip::tcp;
 
 /// A bridge that is up, and what a person does to it then.
 class ProxyBridgeRelays : public BridgeTest {
@@ -45,12 +48,14 @@ void breakListener(const std::string& address, std::uint16_t port) {
         const int descriptor = std::stoi(entry.path().filename().string());
         int listening = 0;
         socklen_t size = sizeof listening;
-        if (::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 || listening == 0) continue;
+        if (::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 || listening == 0)
+            continue;
         if (boundPort(descriptor) != port) continue;
         sockaddr_in bound{};
         size = sizeof bound;
         ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&bound), &size);
-        if (bound.sin_addr.s_addr == ipv4Endpoint(address, port).sin_addr.s_addr) ::shutdown(descriptor, SHUT_RDWR);
+        if (bound.sin_addr.s_addr == ipv4Endpoint(address, port).sin_addr.s_addr)
+            ::shutdown(descriptor, SHUT_RDWR);
     }
 }
 
@@ -68,12 +73,13 @@ TEST_F(ProxyBridgeRelays, carry_the_control_channel_to_the_phone) {
 TEST_F(ProxyBridgeRelays, take_the_next_local_port_silently_when_the_first_is_taken) {
     const UniqueDescriptor taken = listenTCP(world.macIP, port);
     startActive(profile(port));
-    EXPECT_THAT(log, ElementsAre(fmt::format("Phone: local port {} was unavailable on this Mac — relaying the "
-                                             "RemotePairing control channel on {} instead.",
-                                             port, port + 1),
-                                 fmt::format("Phone: port {} (relayed locally on {}) verified, 1 TCP + 1 UDP relay "
-                                             "open",
-                                             port, port + 1)));
+    EXPECT_THAT(
+        log, ElementsAre(fmt::format("Phone: local port {} was unavailable on this Mac — relaying the "
+                                     "RemotePairing control channel on {} instead.",
+                                     port, port + 1),
+                         fmt::format("Phone: port {} (relayed locally on {}) verified, 1 TCP + 1 UDP relay "
+                                     "open",
+                                     port, port + 1)));
     ASSERT_TRUE(world.until([&] { return world.tools.runningRegistrations() == 1; }));
     EXPECT_EQ(world.tools.registrations().at(0).at(6), std::to_string(port + 1));
 }
@@ -82,20 +88,23 @@ TEST_F(ProxyBridgeRelays, log_every_further_local_port_that_is_taken) {
     const UniqueDescriptor first = listenTCP(world.macIP, port);
     const UniqueDescriptor second = listenTCP(world.macIP, static_cast<std::uint16_t>(port + 1));
     startActive(profile(port));
-    EXPECT_EQ(log.at(0), fmt::format("Phone: local port {} unavailable for TCP (POSIXErrorCode(rawValue: 98): Address "
-                                     "already in use), trying next…",
-                                     port + 1));
-    EXPECT_EQ(log.at(1), fmt::format("Phone: local port {} was unavailable on this Mac — relaying the RemotePairing "
-                                     "control channel on {} instead.",
-                                     port, port + 2));
+    EXPECT_EQ(log.at(0),
+              fmt::format("Phone: local port {} unavailable for TCP (POSIXErrorCode(rawValue: 98): Address "
+                          "already in use), trying next…",
+                          port + 1));
+    EXPECT_EQ(log.at(1),
+              fmt::format("Phone: local port {} was unavailable on this Mac — relaying the RemotePairing "
+                          "control channel on {} instead.",
+                          port, port + 2));
 }
 
 TEST_F(ProxyBridgeRelays, take_the_next_local_port_when_the_first_is_taken_for_udp) {
     const UniqueDescriptor taken = bindUDP(world.macIP, port);
     startActive(profile(port));
-    EXPECT_EQ(log.at(0), fmt::format("Phone: local port {} usable for TCP but not UDP (POSIXErrorCode(rawValue: 98): "
-                                     "Address already in use), trying next…",
-                                     port));
+    EXPECT_EQ(log.at(0),
+              fmt::format("Phone: local port {} usable for TCP but not UDP (POSIXErrorCode(rawValue: 98): "
+                          "Address already in use), trying next…",
+                          port));
     world.network.drain();
     EXPECT_FALSE(listens(port)) << "the TCP relay of the failed attempt is still open";
 }
@@ -123,8 +132,36 @@ TEST_F(ProxyBridgeRelays, never_try_a_port_above_65535) {
     const UniqueDescriptor first = listenTCP(world.macIP, 65534);
     const UniqueDescriptor second = listenTCP(world.macIP, 65535);
     EXPECT_THROW(bindPairingRelays(world.network, request), std::system_error);
-    EXPECT_THAT(lines, ElementsAre("Phone: local port 65535 unavailable for TCP (POSIXErrorCode(rawValue: 98): "
-                                   "Address already in use), trying next…"));
+    EXPECT_THAT(lines,
+                ElementsAre("Phone: local port 65535 unavailable for TCP (POSIXErrorCode(rawValue: 98): "
+                            "Address already in use), trying next…"));
+}
+
+TEST_F(ProxyBridgeRelays, time_out_when_no_attempt_is_allowed) {
+    PairingRelayRequest request;
+    request.localIP = world.macIP;
+    request.remoteHost = world.phoneIP;
+    request.remotePort = port;
+    request.maxAttempts = 0;
+    EXPECT_THROW(bindPairingRelays(world.network, request), RelayBindError);
+}
+
+TEST_F(ProxyBridgeRelays, tell_which_transport_of_the_control_channel_fails_and_its_local_port) {
+    const UniqueDescriptor taken = listenTCP(world.macIP, port);
+    PairingRelayRequest request;
+    request.localIP = world.macIP;
+    request.remoteHost = world.phoneIP;
+    request.remotePort = port;
+    std::vector<std::string> failures;
+    request.onFailure = [&](std::uint16_t localPort, const std::string& transport,
+                            const std::exception_ptr&) {
+        failures.push_back(transport + " " + std::to_string(localPort));
+    };
+    const PairingRelays relays = bindPairingRelays(world.network, request);
+    EXPECT_THAT(failures, ::testing::IsEmpty());
+    relays.udp->onError(std::make_exception_ptr(RelayBindError::timedOut()));
+    relays.tcp->onError(std::make_exception_ptr(RelayBindError::timedOut()));
+    EXPECT_THAT(failures, ElementsAre(fmt::format("UDP {}", port + 1), fmt::format("TCP {}", port + 1)));
 }
 
 TEST_F(ProxyBridgeRelays, open_the_control_port_once_when_the_tunnel_range_includes_it) {
@@ -156,10 +193,12 @@ TEST_F(ProxyBridgeRelays, stay_active_when_a_port_of_the_range_is_taken) {
     const UniqueDescriptor udpTaken = bindUDP(world.macIP, 40002);
     startActive(wanted);
     ASSERT_TRUE(world.until([&] { return log.size() >= 3; }));
-    EXPECT_THAT(log, Contains("Phone: tunnel-range TCP relay on port 40001 failed: POSIXErrorCode(rawValue: 98): "
-                              "Address already in use"));
-    EXPECT_THAT(log, Contains("Phone: tunnel-range UDP relay on port 40002 failed: POSIXErrorCode(rawValue: 98): "
-                              "Address already in use"));
+    EXPECT_THAT(log,
+                Contains("Phone: tunnel-range TCP relay on port 40001 failed: POSIXErrorCode(rawValue: 98): "
+                         "Address already in use"));
+    EXPECT_THAT(log,
+                Contains("Phone: tunnel-range UDP relay on port 40002 failed: POSIXErrorCode(rawValue: 98): "
+                         "Address already in use"));
     EXPECT_EQ(bridge->state(), ProxyBridgeState::active());
 }
 
@@ -189,32 +228,46 @@ TEST_F(ProxyBridgeRelays, log_a_discovered_port_that_is_taken) {
     startActive(profile(port));
     ASSERT_TRUE(world.until([&] {
         world.tools.appendLogLine("Got tunnel endpoint: '10.0.0.1:41200'");
-        return std::find(log.begin(), log.end(),
-                         "Phone: discovered-port TCP relay on 41200 failed: POSIXErrorCode(rawValue: 98): Address "
-                         "already in use") != log.end();
+        return std::find(
+                   log.begin(), log.end(),
+                   "Phone: discovered-port TCP relay on 41200 failed: POSIXErrorCode(rawValue: 98): Address "
+                   "already in use") != log.end();
     }));
     EXPECT_EQ(bridge->state(), ProxyBridgeState::active());
 }
 
 TEST_F(ProxyBridgeRelays, ignore_a_discovered_port_while_the_bridge_is_not_active) {
     startActive(profile(port));
+    // That the bridge's follower reads is seen by its next relay, that it has read again by a second
+    // follower.
+    ASSERT_TRUE(world.until([&] {
+        world.tools.appendLogLine("Got tunnel endpoint: '10.0.0.1:41299'");
+        return bridge->relayCount() == 2;
+    }));
+    TunnelPortWatcher second(world.tools.table(), world.network);
+    std::atomic<std::uint16_t> seen = 0;
+    second.onPort = [&](std::uint16_t reported) { seen = reported; };
+    second.start();
     breakListener(world.macIP, port);
     ASSERT_TRUE(untilError());
-    const std::size_t relays = bridge->relayCount();
-    for (int i = 0; i < 20; ++i) world.tools.appendLogLine("Got tunnel endpoint: '10.0.0.1:41300'");
-    bridge->stop();
+    for (const std::uint16_t late : std::array<std::uint16_t, 3>{41300, 41301, 41302}) {
+        ASSERT_TRUE(world.until([&] {
+            world.tools.appendLogLine(fmt::format("Got tunnel endpoint: '10.0.0.1:{}'", late));
+            return seen == late;
+        }));
+    }
     world.settle();
+    EXPECT_EQ(bridge->relayCount(), 2U);
     EXPECT_THAT(log, Not(Contains("Phone: live tunnel port 41300 discovered, relay open")));
-    EXPECT_EQ(relays, 1U);
 }
 
 TEST_F(ProxyBridgeRelays, report_a_control_channel_that_fails_after_it_was_up) {
     startActive(profile(port));
     breakListener(world.macIP, port);
     ASSERT_TRUE(untilError());
-    const std::string begin =
-        fmt::format("TCP relay for the RemotePairing control channel (local port {}) failed after it was already up: ",
-                    port);
+    const std::string begin = fmt::format(
+        "TCP relay for the RemotePairing control channel (local port {}) failed after it was already up: ",
+        port);
     EXPECT_EQ(bridge->state().message.substr(0, begin.size()), begin);
     EXPECT_TRUE(bridge->state().message.ends_with("."));
     EXPECT_EQ(log.back(), "Phone: " + bridge->state().message);

@@ -1,5 +1,5 @@
+#include <atomic>
 #include <filesystem>
-#include <thread>
 
 #include "bridge/BridgeFixture.h"
 
@@ -11,7 +11,8 @@ using ::testing::IsEmpty;
 
 std::size_t openDescriptors() {
     std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        ++count;
     return count;
 }
 
@@ -59,7 +60,8 @@ TEST_F(ProxyBridgeStop, during_the_probe_ends_it_at_once) {
     const auto begun = std::chrono::steady_clock::now();
     bridge->stop();
     ASSERT_TRUE(untilQuiet());
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(1)) << "a probe may wait for 3 seconds";
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(1))
+        << "a probe may wait for 3 seconds";
     EXPECT_THAT(states, ElementsAre(ProxyBridgeState::pairing(), ProxyBridgeState::idle()));
     EXPECT_THAT(log, IsEmpty());
 }
@@ -83,15 +85,65 @@ TEST_F(ProxyBridgeStop, after_the_work_but_before_its_last_step_drops_the_step) 
     phoneIsAway();
     makeBridge(profile(phone.port()));
     bridge->start(true);
-    // Without the main queue running, the verified port can only wait there.
-    for (int i = 0; i < 5000 && world.background.pending() != 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    ASSERT_EQ(world.background.pending(), 0U);
+    ASSERT_TRUE(untilPosted());
     bridge->stop();
     world.settle();
     EXPECT_THAT(states, ElementsAre(ProxyBridgeState::pairing(), ProxyBridgeState::idle()));
     EXPECT_EQ(bridge->relayCount(), 0U);
     EXPECT_THAT(world.tools.registrations(), IsEmpty());
+}
+
+TEST_F(ProxyBridgeStop, after_the_work_has_failed_but_before_that_is_told_drops_the_failure) {
+    phoneIsAway();
+    makeBridge(profile(50000));
+    bridge->start(false);
+    ASSERT_TRUE(untilPosted());
+    bridge->stop();
+    world.settle();
+    EXPECT_THAT(states, ElementsAre(ProxyBridgeState::pairing(), ProxyBridgeState::idle()));
+    EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(ProxyBridgeStop, after_the_scan_but_before_its_last_step_drops_the_port_that_it_found) {
+    const fakes::FakePhone phone(world.phoneIP, Manner::answers);
+    const auto stale = static_cast<std::uint16_t>(phone.port() - 1);
+    phoneIsAway();
+    makeBridge(profile(stale));
+    bridge->start(true);
+    ASSERT_TRUE(untilPosted());
+    bridge->stop();
+    world.settle();
+    EXPECT_THAT(states, ElementsAre(ProxyBridgeState::pairing(), ProxyBridgeState::idle()));
+    EXPECT_THAT(discovered, IsEmpty());
+    EXPECT_THAT(log, IsEmpty());
+    EXPECT_EQ(bridge->profile().remotePairingPort, stale);
+}
+
+TEST_F(ProxyBridgeStop, during_the_last_look_of_the_presence_loop_leaves_out_the_probe) {
+    const fakes::FakePhone phone(world.phoneIP, Manner::answers);
+    bridge = ProxyBridge::make(
+        world.host, profile(phone.port()), [this] { return world.address(); },
+        [this](const std::string&, std::chrono::milliseconds, const StopToken& token) {
+            world.mainQueue.post([this] { bridge->stop(); });
+            token.sleepFor(std::chrono::seconds(20));
+            return false;
+        });
+    bridge->onStateChanged = [this](const ProxyBridgeState& state) { states.push_back(state); };
+    bridge->start(true);
+    ASSERT_TRUE(untilQuiet());
+    EXPECT_EQ(phone.connections(), 0);
+    EXPECT_THAT(states, ElementsAre(ProxyBridgeState::pairing(), ProxyBridgeState::idle()));
+}
+
+TEST_F(ProxyBridgeStop, of_a_failed_bridge_returns_to_idle_and_a_second_stop_says_nothing) {
+    phoneIsAway();
+    world.setAddress(std::nullopt);
+    makeBridge(profile(50000));
+    bridge->start(true);
+    states.clear();
+    bridge->stop();
+    bridge->stop();
+    EXPECT_THAT(states, ElementsAre(ProxyBridgeState::idle()));
 }
 
 TEST_F(ProxyBridgeStop, of_an_active_bridge_closes_ports_registration_and_log_follower) {
@@ -104,9 +156,8 @@ TEST_F(ProxyBridgeStop, of_an_active_bridge_closes_ports_registration_and_log_fo
     const auto comeAndGo = [&] {
         bridge->start(true);
         ASSERT_TRUE(untilActive());
-        ASSERT_TRUE(world.until([&] {
-            return world.tools.runningRegistrations() == 1 && world.tools.logIsFollowed();
-        }));
+        ASSERT_TRUE(world.until(
+            [&] { return world.tools.runningRegistrations() == 1 && world.tools.logIsFollowed(); }));
         bridge->stop();
     };
     // The first time opens what stays for good: the loops' own descriptors.
@@ -123,7 +174,8 @@ TEST_F(ProxyBridgeStop, of_an_active_bridge_closes_ports_registration_and_log_fo
     EXPECT_NO_THROW(listenTCP(world.macIP, 40005));
     EXPECT_NO_THROW(bindUDP(world.macIP, 40005));
     // The phone keeps one more connection, that of the second probe.
-    EXPECT_TRUE(world.until([&] { return openDescriptors() <= before + 1; })) << openDescriptors() << " vs " << before;
+    EXPECT_TRUE(world.until([&] { return openDescriptors() <= before + 1; }))
+        << openDescriptors() << " vs " << before;
 }
 
 TEST_F(ProxyBridgeStop, and_start_again_on_the_same_ports_works_every_time) {
@@ -187,13 +239,15 @@ TEST_F(ProxyBridgeStop, a_bridge_dropped_while_it_starts_ends_its_work_at_once) 
 }
 
 TEST_F(ProxyBridgeStop, a_second_scan_of_the_user_cuts_the_first_one_short) {
-    const fakes::FakePhone silent(world.phoneIP, Manner::silent);
-    makeBridge(profile(silent.port()));
+    makeBridge(profile(50000));
     std::vector<int> completed;
-    bridge->discoverDevicePort([&](const RemotePairingScanReport&) { completed.push_back(1); });
-    ASSERT_TRUE(world.until([&] { return silent.connections() == 1; }));
+    std::atomic<int> probed = 0;
+    bridge->discoverDevicePort([&](const RemotePairingScanReport&) { completed.push_back(1); },
+                               [&](std::uint16_t) { ++probed; });
+    ASSERT_TRUE(world.until([&] { return probed > 0; }));
     bridge->discoverDevicePort([&](const RemotePairingScanReport&) { completed.push_back(2); });
     ASSERT_TRUE(world.until([&] { return completed.size() == 2; }));
+    EXPECT_LT(probed, 16384) << "the first scan went through the whole range";
     EXPECT_THAT(states, IsEmpty());
 }
 

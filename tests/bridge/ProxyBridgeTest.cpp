@@ -34,8 +34,8 @@ TEST_F(ProxyBridgeStart, goes_on_to_the_probe_after_connecting_ten_times) {
     bridge->start(true);
     ASSERT_TRUE(untilActive());
     EXPECT_EQ(world.tools.deviceCtlRuns(), 10);
-    EXPECT_THAT(world.clock.sleeps(), ElementsAre(1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms,
-                                                  1500ms));
+    EXPECT_THAT(world.clock.sleeps(),
+                ElementsAre(1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms, 1500ms));
     EXPECT_EQ(phone.connections(), 1);
 }
 
@@ -45,15 +45,31 @@ TEST_F(ProxyBridgeStart, gives_up_after_connected_four_times) {
     makeBridge(profile(phone.port()));
     bridge->start(true);
     ASSERT_TRUE(untilError());
-    EXPECT_THAT(states,
-                ElementsAre(ProxyBridgeState::pairing(),
-                            ProxyBridgeState::error(
-                                "'iphone.local' is still live on the local network [devicectl tunnelState=connected] — "
-                                "bridge not started before the device is actually remote (risk of conflict).")));
+    EXPECT_THAT(
+        states,
+        ElementsAre(
+            ProxyBridgeState::pairing(),
+            ProxyBridgeState::error(
+                "'iphone.local' is still live on the local network [devicectl tunnelState=connected] — "
+                "bridge not started before the device is actually remote (risk of conflict).")));
     EXPECT_EQ(world.tools.deviceCtlRuns(), 4);
     EXPECT_THAT(world.clock.sleeps(), ElementsAre(1500ms, 1500ms, 1500ms));
     EXPECT_EQ(phone.connections(), 0);
     EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(ProxyBridgeStart, counts_all_looks_together_when_the_answers_differ) {
+    world.tools.setTunnelStates("iphone.coredevice.local",
+                                {"connecting", "connecting", "connecting", "connecting", "connected"});
+    makeBridge(profile(50000));
+    bridge->start(true);
+    ASSERT_TRUE(untilError());
+    EXPECT_EQ(bridge->state().message,
+              "'iphone.local' is still live on the local network [devicectl tunnelState=connected] — bridge "
+              "not started "
+              "before the device is actually remote (risk of conflict).");
+    EXPECT_EQ(world.tools.deviceCtlRuns(), 5);
+    EXPECT_THAT(world.clock.sleeps(), ElementsAre(1500ms, 1500ms, 1500ms, 1500ms));
 }
 
 TEST_F(ProxyBridgeStart, goes_on_as_soon_as_the_tunnel_becomes_unavailable) {
@@ -81,7 +97,8 @@ TEST_F(ProxyBridgeStart, gives_up_when_the_host_answers_on_the_network_four_time
     bridge->start(true);
     ASSERT_TRUE(untilError());
     EXPECT_EQ(bridge->state().message,
-              "'iphone.local' is still live on the local network [devicectl doesn't know this host, link probe=true] "
+              "'iphone.local' is still live on the local network [devicectl doesn't know this host, link "
+              "probe=true] "
               "— bridge not started before the device is actually remote (risk of conflict).");
     EXPECT_EQ(presenceQuestions.size(), 4U);
     EXPECT_THAT(world.clock.sleeps(), ElementsAre(1500ms, 1500ms, 1500ms));
@@ -92,11 +109,13 @@ TEST_F(ProxyBridgeStart, says_that_the_port_may_have_changed_when_it_refuses) {
     makeBridge(profile(50000));
     bridge->start(false);
     ASSERT_TRUE(untilError());
-    EXPECT_EQ(bridge->state().message, world.phoneIP +
-                                           ":50000 refused the connection — the device's RemotePairing port may have "
-                                           "changed. Use 'Scan port' to find the current port.");
-    EXPECT_THAT(log, ElementsAre("Phone: " + world.phoneIP +
-                                 ":50000 did not respond to RemotePairing (connection refused, port closed)."));
+    EXPECT_EQ(bridge->state().message,
+              world.phoneIP +
+                  ":50000 refused the connection — the device's RemotePairing port may have "
+                  "changed. Use 'Scan port' to find the current port.");
+    EXPECT_THAT(log,
+                ElementsAre("Phone: " + world.phoneIP +
+                            ":50000 did not respond to RemotePairing (connection refused, port closed)."));
 }
 
 TEST_F(ProxyBridgeStart, says_that_the_phone_does_not_respond_when_its_address_cannot_be_reached) {
@@ -117,13 +136,16 @@ TEST_F(ProxyBridgeStart, says_that_the_port_does_not_speak_the_protocol_when_it_
     makeBridge(profile(phone.port()));
     bridge->start(false);
     ASSERT_TRUE(untilError());
-    EXPECT_EQ(bridge->state().message,
-              fmt::format("{}:{} is open but not speaking the RemotePairing protocol (this port is likely Tailscale's "
-                          "own service). Use 'Scan port' to find the correct port.",
-                          world.phoneIP, phone.port()));
-    EXPECT_THAT(log, ElementsAre(fmt::format("Phone: {}:{} did not respond to RemotePairing (port open but not "
-                                             "speaking RemotePairing protocol).",
-                                             world.phoneIP, phone.port())));
+    EXPECT_EQ(
+        bridge->state().message,
+        fmt::format(
+            "{}:{} is open but not speaking the RemotePairing protocol (this port is likely Tailscale's "
+            "own service). Use 'Scan port' to find the correct port.",
+            world.phoneIP, phone.port()));
+    EXPECT_THAT(log,
+                ElementsAre(fmt::format("Phone: {}:{} did not respond to RemotePairing (port open but not "
+                                        "speaking RemotePairing protocol).",
+                                        world.phoneIP, phone.port())));
 }
 
 TEST_F(ProxyBridgeStart, scans_for_the_port_that_answers_and_reports_it) {
@@ -136,12 +158,13 @@ TEST_F(ProxyBridgeStart, scans_for_the_port_that_answers_and_reports_it) {
     EXPECT_THAT(discovered, ElementsAre(phone.port()));
     EXPECT_EQ(bridge->profile().remotePairingPort, phone.port());
     EXPECT_THAT(
-        log, ElementsAre(fmt::format("Phone: {}:{} did not respond to RemotePairing (connection refused, port "
-                                     "closed).",
-                                     world.phoneIP, stale),
-                         "Phone: scanning device's current RemotePairing port (49152-65535)…",
-                         fmt::format("Phone: new port found → {} (profile updated)", phone.port()),
-                         fmt::format("Phone: port {} verified, 1 TCP + 1 UDP relay open", phone.port())));
+        log,
+        ElementsAre(fmt::format("Phone: {}:{} did not respond to RemotePairing (connection refused, port "
+                                "closed).",
+                                world.phoneIP, stale),
+                    "Phone: scanning device's current RemotePairing port (49152-65535)…",
+                    fmt::format("Phone: new port found → {} (profile updated)", phone.port()),
+                    fmt::format("Phone: port {} verified, 1 TCP + 1 UDP relay open", phone.port())));
 }
 
 TEST_F(ProxyBridgeStart, keeps_the_found_port_for_a_restart_in_place) {
@@ -160,9 +183,10 @@ TEST_F(ProxyBridgeStart, says_that_nothing_responded_when_a_scan_finds_no_open_p
     makeBridge(profile(50000));
     bridge->start(true);
     ASSERT_TRUE(untilError());
-    EXPECT_EQ(bridge->state().message, "No RemotePairing service found on " + world.phoneIP +
-                                           " (scanned 49152-65535). None of the device's ports responded — confirm "
-                                           "Tailscale is connected on the iPhone.");
+    EXPECT_EQ(bridge->state().message,
+              "No RemotePairing service found on " + world.phoneIP +
+                  " (scanned 49152-65535). None of the device's ports responded — confirm "
+                  "Tailscale is connected on the iPhone.");
     EXPECT_THAT(discovered, IsEmpty());
 }
 
@@ -174,13 +198,15 @@ TEST_F(ProxyBridgeStart, lists_the_open_ports_when_a_scan_finds_only_silent_ones
     makeBridge(wanted);
     bridge->start(true);
     ASSERT_TRUE(untilError());
-    EXPECT_EQ(bridge->state().message,
-              fmt::format("No RemotePairing service found on {} (scanned 49152-65535). The Manual IP connection is "
-                          "healthy (open ports that don't speak the protocol: {}) — so the problem isn't the network, "
-                          "the iPhone isn't exposing remotepairingd on the Manual IP interface. On the iPhone, check "
-                          "Settings > Developer > Wireless Debugging and confirm Manual IP allows incoming "
-                          "connections.",
-                          world.phoneIP, first.port()));
+    EXPECT_EQ(
+        bridge->state().message,
+        fmt::format(
+            "No RemotePairing service found on {} (scanned 49152-65535). The Manual IP connection is "
+            "healthy (open ports that don't speak the protocol: {}) — so the problem isn't the network, "
+            "the iPhone isn't exposing remotepairingd on the Manual IP interface. On the iPhone, check "
+            "Settings > Developer > Wireless Debugging and confirm Manual IP allows incoming "
+            "connections.",
+            world.phoneIP, first.port()));
 }
 
 TEST(BridgeTexts, separate_several_open_ports_by_a_comma_and_a_blank) {
@@ -188,6 +214,13 @@ TEST(BridgeTexts, separate_several_open_ports_by_a_comma_and_a_blank) {
     profile.providerIP = "100.64.0.9";
     EXPECT_THAT(noServiceMessage(profile, {50001, 50003}),
                 ::testing::HasSubstr("(open ports that don't speak the protocol: 50001, 50003)"));
+}
+
+TEST(BridgeTexts, name_transport_port_and_error_of_a_control_channel_that_failed) {
+    EXPECT_EQ(
+        criticalRelayFailureMessage("UDP", 49152, "POSIXErrorCode(rawValue: 50): Network is down"),
+        "UDP relay for the RemotePairing control channel (local port 49152) failed after it was already up: "
+        "POSIXErrorCode(rawValue: 50): Network is down.");
 }
 
 TEST_F(ProxyBridgeStart, registers_the_proxy_with_the_profile_and_the_local_address) {
@@ -227,16 +260,17 @@ TEST_F(ProxyBridgeStart, becomes_active_even_if_the_system_log_cannot_be_followe
     bridge->start(true);
     ASSERT_TRUE(untilActive());
     EXPECT_EQ(log.back(),
-              "Phone: tunnel ports cannot be followed in the system log: POSIXErrorCode(rawValue: 2): No such file or "
+              "Phone: tunnel ports cannot be followed in the system log: POSIXErrorCode(rawValue: 2): No "
+              "such file or "
               "directory");
 }
 
 TEST(WireProtocolVersion, is_read_from_the_txt_record_and_19_where_that_fails) {
     DeviceProfile profile = DeviceProfile::draft("Phone");
     EXPECT_EQ(wireProtocolVersion(profile), 19);
-    const std::map<std::string, std::int64_t> versions{{"24", 24},    {"+7", 7},  {"-3", -3},   {"", 19},
-                                                       {"2x", 19},    {" 2", 19}, {"2.0", 19},  {"+-2", 19},
-                                                       {"0x10", 19},  {"+", 19},  {"007", 7},   {"9223372036854775808", 19}};
+    const std::map<std::string, std::int64_t> versions{
+        {"24", 24},  {"+7", 7},   {"-3", -3},   {"", 19},  {"2x", 19}, {" 2", 19},
+        {"2.0", 19}, {"+-2", 19}, {"0x10", 19}, {"+", 19}, {"007", 7}, {"9223372036854775808", 19}};
     for (const auto& [text, version] : versions) {
         profile.txtRecord["ver"] = text;
         EXPECT_EQ(wireProtocolVersion(profile), version) << "\"" << text << "\"";

@@ -3,8 +3,6 @@
 #include <future>
 #include <nlohmann/json.hpp>
 
-#include "bridge/HostAddresses.h"
-#include "bridge/ProbeAttempt.h"
 #include "bridge/ProbeFixture.h"
 #include "bridge/ProbedServer.h"
 #include "fakes/FewDescriptors.h"
@@ -94,22 +92,22 @@ TEST_F(RemotePairingProbeTest, a_host_that_cannot_be_looked_up_does_not_respond)
 
 TEST_F(RemotePairingProbeTest, goes_on_with_the_next_address_when_one_cannot_be_reached) {
     const ProbedServer server(ProbedServer::Manner::answers);
-    auto addresses = resolveHost("255.255.255.255");
-    const auto good = resolveHost(server.address());
-    addresses.insert(addresses.end(), good.begin(), good.end());
-    ASSERT_EQ(addresses.size(), 2U);
+    EXPECT_EQ(askAll(*network_, {"255.255.255.255", server.address()}, server.firstPort()),
+              Result::remotePairingPort);
+}
 
-    std::promise<ProbeAttempt::Outcome> outcome;
-    auto& loop = network_->contextFor(0);
-    SerialQueue("test", loop).post([&] {
-        std::make_shared<ProbeAttempt>(
-            loop, random_,
-            ProbeAttempt::Question{std::make_shared<const std::vector<HostAddress>>(addresses),
-                                   server.firstPort(), 19, milliseconds(5000), milliseconds(5000)},
-            [&](ProbeAttempt::Outcome value) { outcome.set_value(value); })
-            ->start();
-    });
-    EXPECT_EQ(outcome.get_future().get(), Result::remotePairingPort);
+TEST_F(RemotePairingProbeTest, a_refusal_of_one_address_counts_and_the_next_is_not_asked) {
+    const ProbedServer server(ProbedServer::Manner::answers);
+    EXPECT_EQ(askAll(*network_, {fakes::randomLoopbackAddress(), server.address()}, server.firstPort()),
+              Result::refused);
+    EXPECT_TRUE(server.received().empty());
+}
+
+TEST_F(RemotePairingProbeTest, an_address_that_is_open_but_silent_counts_and_the_next_is_not_asked) {
+    const ProbedServer silent(ProbedServer::Manner::closesAtOnce);
+    // The second one would refuse.
+    EXPECT_EQ(askAll(*network_, {silent.address(), fakes::randomLoopbackAddress()}, silent.firstPort()),
+              Result::openButSilent);
 }
 
 TEST_F(RemotePairingProbeTest, a_stop_ends_it_at_once) {

@@ -69,7 +69,7 @@ TEST_F(TCPRelayTest, start_reports_a_taken_port_through_onError) {
     const PhoneService taken;
     TCPRelay relay(*network, "127.0.0.1", taken.port(), "127.0.0.1", 1);
     std::promise<std::string> reported;
-    relay.onError = [&reported](const std::exception_ptr& error) { reported.set_value(printedError(error)); };
+    relay.onError = [&reported](std::exception_ptr error) { reported.set_value(printedError(error)); };
     relay.start();
     auto result = reported.get_future();
     ASSERT_EQ(result.wait_for(test::patience), std::future_status::ready);

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "core/Version.h"
@@ -13,18 +14,19 @@
 namespace quillbay {
 namespace {
 
+using fakes::FakePhone;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using fakes::FakePhone;
 
 constexpr const char* stillNear =
-    "The device is still on this Mac's local network. Move it to a different Wi‑Fi before bridging. Cellular won't "
+    "The device is still on this Mac's local network. Move it to a different Wi‑Fi before bridging. Cellular "
+    "won't "
     "work.";
 
-/// A coordinator on a scripted host. Every status change and every log line is recorded in the order of its happening;
-/// log lines stand there without their timestamps.
+/// A coordinator on a scripted host. Every status change and every log line is recorded in the order of its
+/// happening; log lines stand there without their timestamps.
 class AppCoordinatorTest : public ::testing::Test {
  protected:
     DeviceProfile profile(const std::string& name, std::uint16_t port) {
@@ -43,9 +45,11 @@ class AppCoordinatorTest : public ::testing::Test {
     DeviceProfileStore store() { return DeviceProfileStore(world.host.files, "Quillbay"); }
 
     void make() {
-        coordinator = AppCoordinator::make(
-            world.host, [this](const std::string&, std::chrono::milliseconds, const StopToken&) { return near; });
-        coordinator->logs().onDiagnosticLine = [this](const std::string& line) { events.push_back(line.substr(25)); };
+        coordinator = AppCoordinator::make(world.host, [this](const std::string&, std::chrono::milliseconds,
+                                                              const StopToken&) { return near; });
+        coordinator->logs().onDiagnosticLine = [this](const std::string& line) {
+            events.push_back(line.substr(25));
+        };
         coordinator->onStatusChanged = [this](const std::string& id, const BridgeStatus& status) {
             const char* names[] = {"error", "off", "pairing", "on"};
             events.push_back("[" + id + " " + names[static_cast<int>(status.kind)] + "]");
@@ -61,7 +65,8 @@ class AppCoordinatorTest : public ::testing::Test {
     /// What has been logged since the coordinator's construction began.
     [[nodiscard]] std::vector<std::string> diagnostics() const {
         std::vector<std::string> lines;
-        for (const std::string& line : coordinator->logs().diagnosticLines()) lines.push_back(line.substr(25));
+        for (const std::string& line : coordinator->logs().diagnosticLines())
+            lines.push_back(line.substr(25));
         return lines;
     }
 
@@ -74,20 +79,23 @@ class AppCoordinatorTest : public ::testing::Test {
 TEST_F(AppCoordinatorTest, starts_up_with_the_version_line_and_the_first_address) {
     make();
     world.settle();
-    EXPECT_THAT(diagnostics(),
-                ElementsAre(std::string("Quillbay started — version ") + applicationVersion(),
-                            "en0 IP changed: " + world.macIP + " — restarting bridges"));
+    EXPECT_THAT(diagnostics(), ElementsAre(std::string("Quillbay started — version ") + applicationVersion(),
+                                           "en0 IP changed: " + world.macIP + " — restarting bridges"));
     EXPECT_THAT(coordinator->logs().userLines(), IsEmpty());
     EXPECT_EQ(coordinator->overallStatus(), BridgeStatus::off());
 }
 
 TEST_F(AppCoordinatorTest, clears_leftover_registrations_at_start_and_says_so) {
     // Process ids that cannot exist: above the largest that the kernel gives.
-    world.tools.setProcessList("  4194305 /usr/bin/dns-sd -i en0 -P Name _t._tcp local 1 h 1.2.3.4\n"
-                               "4194306 dns-sd -P Other\n4194307 /usr/bin/dns-sd -Z _t._tcp local\n");
+    world.tools.setProcessList(
+        "  4194305 /usr/bin/dns-sd -i en0 -P Name _t._tcp local 1 h 1.2.3.4\n"
+        "4194306 dns-sd -P Other\n4194307 /usr/bin/dns-sd -Z _t._tcp local\n");
     make();
-    EXPECT_THAT(diagnostics(), Contains("Cleared 2 leftover Bonjour proxy registration(s) from a previous launch (pid "
-                                        "4194305, 4194306)."));
+    EXPECT_THAT(diagnostics(),
+                ElementsAre(std::string("Quillbay started — version ") + applicationVersion(),
+                            "Cleared 2 leftover Bonjour proxy registration(s) from a previous launch (pid "
+                            "4194305, 4194306).",
+                            "en0 IP changed: " + world.macIP + " — restarting bridges"));
 }
 
 TEST_F(AppCoordinatorTest, logs_and_publishes_a_start_in_order) {
@@ -105,14 +113,15 @@ TEST_F(AppCoordinatorTest, logs_and_publishes_a_start_in_order) {
         events,
         ElementsAre("[iphone.local#tailscale off]",
                     "Bridge torn down for \"iphone\" (announceClose=false, wasRunning=false)",
-                    "Profile persisted: \"iphone\" id=iphone.local#tailscale host=iphone.local provider=Tailscale ip=" +
+                    "Profile persisted: \"iphone\" id=iphone.local#tailscale host=iphone.local "
+                    "provider=Tailscale ip=" +
                         world.phoneIP + " port=" + port + " range=40001-40002 bridgeEnabled=true",
                     "USER  Bridging to \"iphone\"",
-                    "Starting bridge for \"iphone\": provider=Tailscale ip=" + world.phoneIP + " port=" + port +
-                        " scanIfPortStale=true localIP=" + world.macIP,
+                    "Starting bridge for \"iphone\": provider=Tailscale ip=" + world.phoneIP +
+                        " port=" + port + " scanIfPortStale=true localIP=" + world.macIP,
                     "[iphone.local#tailscale pairing]",
-                    "iphone: port " + port + " verified, 3 TCP + 3 UDP relay open", "[iphone.local#tailscale on]",
-                    "iphone: bridge active", "USER  Bridge is successful."));
+                    "iphone: port " + port + " verified, 3 TCP + 3 UDP relay open",
+                    "[iphone.local#tailscale on]", "iphone: bridge active", "USER  Bridge is successful."));
     EXPECT_EQ(store().load().at(0).bridgeEnabled, true);
     EXPECT_EQ(coordinator->overallStatus(), BridgeStatus::on());
 }
@@ -129,11 +138,12 @@ TEST_F(AppCoordinatorTest, turns_a_failure_into_a_sentence_and_keeps_the_technic
     EXPECT_EQ(coordinator->status(mine.id()), BridgeStatus::error(stillNear));
     EXPECT_EQ(coordinator->overallStatus(), BridgeStatus::error(stillNear));
     const std::vector<std::string> last(events.end() - 3, events.end());
-    EXPECT_THAT(last, ElementsAre("iphone: error — 'iphone.local' is still live on the local network [devicectl "
-                                  "doesn't know this host, link probe=true] — bridge not started before the device is "
-                                  "actually remote (risk of conflict).",
-                                  "[iphone.local#tailscale error]",
-                                  std::string("USER  Connection error: ") + stillNear));
+    EXPECT_THAT(
+        last,
+        ElementsAre("iphone: error — 'iphone.local' is still live on the local network [devicectl "
+                    "doesn't know this host, link probe=true] — bridge not started before the device is "
+                    "actually remote (risk of conflict).",
+                    "[iphone.local#tailscale error]", std::string("USER  Connection error: ") + stillNear));
 }
 
 TEST_F(AppCoordinatorTest, stops_with_an_announcement_and_remembers_it) {
@@ -166,8 +176,9 @@ TEST_F(AppCoordinatorTest, stopping_what_does_not_run_announces_nothing) {
     world.settle();
     events.clear();
     coordinator->teardownBridge(mine.id(), AppCoordinator::CloseAnnouncement::announced, std::nullopt);
-    EXPECT_THAT(events, ElementsAre("[iphone.local#tailscale off]",
-                                    "Bridge torn down for \"iphone\" (announceClose=true, wasRunning=false)"));
+    EXPECT_THAT(events,
+                ElementsAre("[iphone.local#tailscale off]",
+                            "Bridge torn down for \"iphone\" (announceClose=true, wasRunning=false)"));
     events.clear();
     coordinator->teardownBridge("nobody#", AppCoordinator::CloseAnnouncement::announced, std::nullopt);
     EXPECT_THAT(events, ElementsAre("[nobody# off]"));
@@ -216,9 +227,20 @@ TEST_F(AppCoordinatorTest, stores_the_port_that_a_scan_finds_and_tells_the_user)
     coordinator->start(mine);
     ASSERT_TRUE(untilStatus(mine, BridgeStatus::Kind::on));
     world.settle();
-    EXPECT_THAT(events,
-                Contains(fmt::format("iphone: RemotePairing port updated {} → {}", stale, phone.port())));
-    EXPECT_THAT(events, Contains("USER  Device \"iphone\" updated."));
+    const std::string found = std::to_string(phone.port());
+    const auto first = std::find_if(events.begin(), events.end(), [](const std::string& line) {
+        return line.starts_with("iphone: new port found");
+    });
+    EXPECT_THAT(
+        std::vector<std::string>(first, events.end()),
+        ElementsAre("iphone: new port found → " + found + " (profile updated)",
+                    fmt::format("iphone: RemotePairing port updated {} → {}", stale, found),
+                    "Profile updated: \"iphone\" id=iphone.local#tailscale host=iphone.local "
+                    "provider=Tailscale ip=" +
+                        world.phoneIP + " port=" + found + " range=40001-40002 bridgeEnabled=true",
+                    "USER  Device \"iphone\" updated.",
+                    "iphone: port " + found + " verified, 3 TCP + 3 UDP relay open",
+                    "[iphone.local#tailscale on]", "iphone: bridge active", "USER  Bridge is successful."));
     EXPECT_EQ(store().load().at(0).remotePairingPort, phone.port());
     EXPECT_EQ(store().load().at(0).bridgeEnabled, true);
 }
@@ -246,8 +268,9 @@ TEST_F(AppCoordinatorTest, saves_new_and_known_profiles_with_their_own_lines) {
     mine.displayName = "Mirel's iPhone";
     coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::announced);
     coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
-    const std::string rest = "\" id=iphone.local#tailscale host=iphone.local provider=Tailscale ip=" + world.phoneIP +
-                             " port=50000 range=40001-40002 bridgeEnabled=false";
+    const std::string rest =
+        "\" id=iphone.local#tailscale host=iphone.local provider=Tailscale ip=" + world.phoneIP +
+        " port=50000 range=40001-40002 bridgeEnabled=false";
     EXPECT_THAT(events, ElementsAre("Profile added: \"iphone" + rest, "USER  Device \"iphone\" added.",
                                     "Profile updated: \"Mirel's iPhone" + rest,
                                     "USER  Device \"Mirel's iPhone\" updated.",
@@ -301,6 +324,40 @@ TEST_F(AppCoordinatorTest, restores_only_the_profiles_that_were_left_on) {
     EXPECT_EQ(store().load().at(0).bridgeEnabled, std::nullopt);
 }
 
+TEST_F(AppCoordinatorTest, restores_in_the_order_of_the_list) {
+    near = true;
+    DeviceProfile first = profile("zebra", 50000);
+    first.bridgeEnabled = true;
+    DeviceProfile second = profile("ant", 50000);
+    second.bridgeEnabled = true;
+    store().save({first, second});
+    make();
+    events.clear();
+    coordinator->restorePersistedBridges();
+    std::vector<std::string> restored;
+    for (const std::string& event : events)
+        if (event.ends_with(": restoring bridge from previous session")) restored.push_back(event);
+    EXPECT_THAT(restored, ElementsAre("zebra: restoring bridge from previous session",
+                                      "ant: restoring bridge from previous session"));
+}
+
+TEST_F(AppCoordinatorTest, a_start_without_an_address_says_none_and_fails) {
+    const DeviceProfile mine = profile("iphone", 50000);
+    store().save({mine});
+    world.setAddress(std::nullopt);
+    make();
+    EXPECT_THAT(diagnostics(), ElementsAre(std::string("Quillbay started — version ") + applicationVersion()))
+        << "no address is what there was before, and no change";
+    events.clear();
+    coordinator->startBridge(mine, false);
+    world.settle();
+    EXPECT_THAT(events, Contains("Starting bridge for \"iphone\": provider=Tailscale ip=" + world.phoneIP +
+                                 " port=50000 scanIfPortStale=false localIP=none"));
+    EXPECT_EQ(coordinator->status(mine.id()),
+              BridgeStatus::error("Couldn't determine this Mac's network address."));
+    EXPECT_EQ(events.back(), "USER  Connection error: Couldn't determine this Mac's network address.");
+}
+
 TEST_F(AppCoordinatorTest, stopping_a_profile_whose_wish_is_absent_leaves_it_absent) {
     DeviceProfile mine = profile("iphone", 50000);
     mine.bridgeEnabled.reset();
@@ -320,8 +377,9 @@ TEST_F(AppCoordinatorTest, one_bridge_that_is_on_outweighs_one_that_failed) {
     make();
     coordinator->startBridge(bad, false);
     ASSERT_TRUE(untilStatus(bad, BridgeStatus::Kind::error));
-    EXPECT_EQ(coordinator->overallStatus(),
-              BridgeStatus::error("The device isn't responding. Confirm Tailscale is connected on the iPhone."));
+    EXPECT_EQ(
+        coordinator->overallStatus(),
+        BridgeStatus::error("The device isn't responding. Confirm Tailscale is connected on the iPhone."));
     coordinator->startBridge(good, false);
     world.settle();
     EXPECT_EQ(coordinator->overallStatus().kind, BridgeStatus::Kind::pairing);

@@ -6,7 +6,8 @@
 namespace quillbay {
 namespace {
 
-// The sentences are found by phrases in the bridge's own texts: a change of either that parts them fails here.
+// The sentences are found by phrases in the bridge's own texts: a change of either that parts them fails
+// here.
 
 DeviceProfile phone() {
     DeviceProfile profile = DeviceProfile::draft("phone");
@@ -21,9 +22,10 @@ std::string sentenceFor(const std::string& failure) {
 }
 
 TEST(BridgeFailureSentences, has_one_for_a_phone_that_is_still_near) {
-    EXPECT_EQ(sentenceFor(stillLiveMessage(phone(), "devicectl tunnelState=connected")),
-              "The device is still on this Mac's local network. Move it to a different Wi‑Fi before bridging. "
-              "Cellular won't work.");
+    EXPECT_EQ(
+        sentenceFor(stillLiveMessage(phone(), "devicectl tunnelState=connected")),
+        "The device is still on this Mac's local network. Move it to a different Wi‑Fi before bridging. "
+        "Cellular won't work.");
 }
 
 TEST(BridgeFailureSentences, has_one_for_every_verdict_on_a_port) {

@@ -20,10 +20,10 @@ namespace quillbay::fakes {
 struct TestHost {
     TemporaryFolder folder;
     ScriptedTools tools{folder.path() / "tools"};
+    NetworkThreads network{2};
     AsioMainQueue mainQueue;
     ManualClock clock;
     SystemRandomSource random;
-    NetworkThreads network{2};
     BackgroundWork background;
     /// The computer's own address and the phone's, unlike any other test's.
     std::string macIP = randomLoopback();
@@ -37,6 +37,9 @@ struct TestHost {
               tools.table(),
               [] { return std::string("en0"); },
               [this](const std::string&) { return address(); }};
+
+    /// The threads post to the main queue, so they end first.
+    ~TestHost() { network.stop(); }
 
     [[nodiscard]] std::optional<std::string> address() const {
         const std::lock_guard lock(mutex_);

@@ -121,8 +121,9 @@ def test_relays_a_port_outside_the_range_that_the_system_log_reports(lab, phone,
 
     wait_until(reported, 10, "the port is relayed")
     assert bulk(lab.mac, "get", 60123, 100_000)["equal"]
-    lines = [line for line in agent.diagnostics() if "live tunnel port 60123 discovered, relay open" in line]
-    assert len(lines) == 1
+    text = "live tunnel port 60123 discovered, relay open"
+    agent.await_diagnostic(text, 5)
+    assert len([line for line in agent.diagnostics() if text in line]) == 1
 
 
 def test_ignores_the_same_words_from_another_program(lab, phone, agent):

@@ -6,12 +6,14 @@ import pathlib
 import signal
 import subprocess
 import sys
+import threading
 
 import pytest
 
+import demo.__main__ as program
 from demo.screen import Screen
-from demo.steps import NotSeen, expect_equal
-from quillbay_lab import wait_until
+from demo.steps import NotSeen, Steps, expect_equal
+from quillbay_lab import Agent, Lab, wait_until
 
 LAB_FOLDER = pathlib.Path(__file__).resolve().parents[2] / "lab"
 
@@ -25,10 +27,12 @@ def start_demo(folder, **environment):
 
 def await_step(demo, number):
     """Reads what the demo prints up to the line of this step."""
+    printed = []
     for line in demo.stdout:
+        printed.append(line)
         if line.startswith(f"✓ {number:2}/12"):
             return
-    raise AssertionError(f"the demo ended before step {number}")
+    raise AssertionError(f"the demo ended before step {number}:\n" + "".join(printed))
 
 
 def processes_of(folder):
@@ -55,7 +59,8 @@ def test_all_twelve_steps_are_seen_and_nothing_is_left(tmp_path):
 
 
 # Ctrl-C goes to every process of the terminal's foreground group, `kill` to one.
-@pytest.mark.parametrize("number, code, send, step", [(signal.SIGINT, 130, os.killpg, 1), (signal.SIGINT, 130, os.killpg, 4),
+@pytest.mark.parametrize("number, code, send, step", [(signal.SIGINT, 130, os.killpg, 1),
+                                                      (signal.SIGINT, 130, os.killpg, 4),
                                                       (signal.SIGTERM, 143, os.kill, 9)])
 def test_a_signal_ends_it_and_nothing_is_left(tmp_path, number, code, send, step):
     interfaces = sorted(os.listdir("/sys/class/net"))
@@ -96,6 +101,24 @@ def test_a_step_that_is_not_seen_says_what_came_and_ends_with_1(tmp_path):
     assert list(folder.iterdir()) == []
 
 
+def test_a_log_that_is_written_behind_the_users_line_is_waited_for(tmp_path, monkeypatch):
+    class LateLog(Agent):
+        def __init__(self, _lab):
+            self.folder = tmp_path
+
+        def start(self):
+            line = "Phone: port 1 verified, 2 TCP + 2 UDP relay open\n"
+            threading.Timer(0.3, (tmp_path / "diagnostics.log").write_text, [line]).start()
+
+        def await_user_line(self, text, limit_seconds):
+            return text
+
+    monkeypatch.setattr("demo.steps.Agent", LateLog)
+    monkeypatch.setattr(Lab, "__init__", lambda lab: None)
+    monkeypatch.setattr(Lab, "phone_leaves", lambda lab: None)
+    assert Steps(Lab()).bridge_comes_up().endswith("(2 TCP + 2 UDP relay open)")
+
+
 class Terminal(io.StringIO):
     def isatty(self):
         return True
@@ -123,6 +146,25 @@ def test_a_long_step_has_a_progress_line_that_only_a_terminal_loses_again(stream
         assert stream.getvalue().endswith("\r\033[K")
     else:
         assert stream.getvalue() == "  …      waiting\n"
+
+
+def test_making_the_network_has_a_progress_line_too(monkeypatch):
+    stream = io.StringIO()
+
+    class SlowLab:
+        def __enter__(self):
+            return wait_until(lambda: "the network is made" in stream.getvalue(), 10, "the progress line")
+
+        def __exit__(self, *_):
+            pass
+
+    monkeypatch.setattr(sys, "stdout", stream)
+    monkeypatch.setattr(signal, "signal", lambda *_: None)
+    monkeypatch.setattr(program, "Lab", SlowLab)
+    monkeypatch.setattr(program, "Steps", lambda lab: None)
+    monkeypatch.setattr(program, "_show", lambda screen, steps: 12)
+    assert program.main() == 0
+    assert stream.getvalue() == "  …      the network is made\n12 of 12 steps seen\n"
 
 
 def test_a_difference_is_told_with_both_sides():

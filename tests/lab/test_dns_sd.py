@@ -274,7 +274,19 @@ def test_keeps_the_name_when_the_phone_comes_back_and_asks_first():
             wait_until(lambda: "retrying with quillbay-phone-2" in lab.phone.service_log("avahi"), 10,
                        "the phone gives way")
             assert program.process.running
+            assert program.errors == ""
             assert answered(lab.desk, "iPhone")[0].addresses == [MAC]
+
+
+def test_keeps_the_name_when_another_computer_registers_the_same_phone(network):
+    with registration(network.mac) as first:
+        registered(first)
+        with registration(network.desk) as second:
+            assert second.process.wait(10) == 1
+            assert second.output == ""
+        assert answered(network.phone, "iPhone")[0].addresses == [MAC]
+        assert first.process.running
+        assert first.errors == ""
 
 
 def test_waits_for_an_earlier_registration_that_is_just_ending(network):

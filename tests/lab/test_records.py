@@ -8,10 +8,11 @@ from quillbay_lab import Agent, Lab, Phone, profile_of, wait_until
 from quillbay_lab.lab import MAC_ADDRESS
 from quillbay_lab.records import Service
 
-NAMES = ["Robin's old phone", "i.Phone. 2.0", 'the "good" \\ one', "Zoë’s 📱", "n" * 63, "📱" * 15 + "abc", "-P . =\t'$HOME'"]
+NAMES = ["Robin's old phone", "i.Phone. 2.0", 'the "good" \\ one', "Zoë’s 📱", "n" * 63, "📱" * 15 + "abc",
+         "-P . =\t'$HOME'"]
 # Values that a shell, a command line or a zone file could misread.
-TXT = {"blanks": " a  b ", "equals": "=a=b==", "quotes": '"x" \'y\' \\z', "empty": "", "dollar": "$HOME `id`", "emoji": "é📱",
-       "option": "-P", "long": "v" * 250}
+TXT = {"blanks": " a  b ", "equals": "=a=b==", "quotes": '"x" \'y\' \\z', "empty": "", "dollar": "$HOME `id`",
+       "emoji": "é📱", "option": "-P", "long": "v" * 250}
 
 
 @pytest.fixture(scope="module")

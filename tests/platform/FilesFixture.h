@@ -13,7 +13,7 @@ namespace quillbay {
 
 /// A folder of the test's own.
 class FilesFixture : public testing::Test {
- protected:
+ public:
     FilesFixture() {
         std::string pattern = (std::filesystem::temp_directory_path() / "files-test-XXXXXX").string();
         folder_ = ::mkdtemp(pattern.data());
@@ -23,6 +23,7 @@ class FilesFixture : public testing::Test {
     FilesFixture(const FilesFixture&) = delete;
     FilesFixture& operator=(const FilesFixture&) = delete;
 
+ protected:
     [[nodiscard]] std::filesystem::path at(const std::string& name) const { return folder_ / name; }
 
     static std::vector<std::string> namesIn(const std::filesystem::path& folder) {

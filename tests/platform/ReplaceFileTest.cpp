@@ -218,6 +218,7 @@ TEST_F(ReplaceFile, lets_many_writers_replace_one_file_at_the_same_time) {
     constexpr int writers = 4;
     constexpr int rounds = 100;
     std::vector<std::thread> threads;
+    threads.reserve(writers);
     std::vector<int> failures(writers, 0);
     for (int writer = 0; writer < writers; ++writer) {
         threads.emplace_back([&, writer] {

@@ -30,6 +30,9 @@ HostTools hostToolsBelow(const fs::path& root, const fs::path& programDirectory)
 
     tools.xcrun.executable = root / "usr/bin/xcrun";
     tools.ps.executable = root / "bin/ps";
+    // Whole lines, whatever width a terminal once had, and names as they are: an instance name is looked for
+    // in them.
+    tools.ps.environment = {{"COLUMNS", std::nullopt}, {"LC_ALL", "C.UTF-8"}};
     tools.zip.executable = root / "usr/bin/zip";
     return tools;
 }

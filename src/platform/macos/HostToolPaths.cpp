@@ -15,6 +15,9 @@ HostTools HostTools::system(const fs::path& /*programDirectory*/) {
     tools.logFollower = {"/usr/bin/log", logStreamArguments()};
     tools.xcrun.executable = "/usr/bin/xcrun";
     tools.ps.executable = "/bin/ps";
+    // Whole lines, whatever width a terminal once had, and names as they are: an instance name is looked for
+    // in them.
+    tools.ps.environment = {{"COLUMNS", std::nullopt}, {"LC_ALL", "en_US.UTF-8"}};
     tools.zip.executable = "/usr/bin/zip";
     return tools;
 }

@@ -107,7 +107,7 @@ void startWatching(const std::shared_ptr<Life>& life) {
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     ::pthread_attr_destroy(&attributes);
     if (code != 0) throw systemError(code);
-    static_cast<void>(argument.release());
+    [[maybe_unused]] const auto* const handedOver = argument.release();
 }
 
 }  // namespace
@@ -163,7 +163,7 @@ ExitStatus ChildProcess::waitForExit() const {
     Life& life = *state_->life;
     std::unique_lock lock(life.mutex);
     life.changed.wait(lock, [&life] { return life.status.has_value(); });
-    return *life.status;
+    return life.status.value_or(ExitStatus{});
 }
 
 std::optional<ExitStatus> ChildProcess::waitForExit(const StopToken& token) const {
@@ -189,7 +189,7 @@ ExitStatus ChildProcess::terminateAndWait(std::chrono::milliseconds grace) const
         ::kill(life.pid, SIGKILL);
         life.changed.wait(lock, ended);
     }
-    return *life.status;
+    return life.status.value_or(ExitStatus{});
 }
 
 void ChildProcess::onExit(std::function<void(ExitStatus)> handler) const {

@@ -10,12 +10,16 @@
 #include <csignal>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/DescriptorLimit.h"
 #include "platform/PrintedError.h"
 #include "platform/posix/ChildDescriptors.h"
+
+// Declared by POSIX, but in no header.
+extern char** environ;  // NOLINT(readability-redundant-declaration): some systems do declare it
 
 namespace quillbay {
 
@@ -27,6 +31,7 @@ constexpr int firstOwnDescriptor = 3;
 struct Preparation {
     const char* executable = nullptr;
     char* const* arguments = nullptr;
+    char* const* environment = nullptr;
     std::array<int, 3> standard{};
     int failure = -1;
     rlimit descriptorLimit{};
@@ -82,6 +87,28 @@ std::vector<char*> argumentVector(const ChildCommand& command) {
     return pointers;
 }
 
+/// This program's environment with the command's changes, as "NAME=VALUE".
+std::vector<std::string> environmentOf(const ChildCommand& command) {
+    std::vector<std::string> entries;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        const std::string_view text = *entry;
+        if (!command.environment.contains(std::string(text.substr(0, text.find('=')))))
+            entries.emplace_back(text);
+    }
+    for (const auto& [name, value] : command.environment)
+        if (value) entries.push_back(name + "=" + *value);
+    return entries;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 /// With SIGCHLD ignored, which a program can inherit, the system would reap children and forget their status.
 void makeChildrenWaitable() {
     static std::once_flag once;
@@ -115,7 +142,7 @@ void resetSignals() noexcept {
             prepared && ::dup2(preparation.standard[static_cast<std::size_t>(target)], target) == target;
     closeOnExecFrom(firstOwnDescriptor);
     prepared = prepared && ::setrlimit(RLIMIT_NOFILE, &preparation.descriptorLimit) == 0;
-    if (prepared) ::execv(preparation.executable, preparation.arguments);
+    if (prepared) ::execve(preparation.executable, preparation.arguments, preparation.environment);
     const int code = errno;
     // Nobody is left to be told when this fails; the parent then takes the child's end for the program's.
     [[maybe_unused]] const ssize_t written = ::write(preparation.failure, &code, sizeof code);
@@ -158,6 +185,8 @@ void reap(pid_t pid) {
 SpawnedChild spawnChild(const ChildCommand& command) {
     makeChildrenWaitable();
     const std::vector<char*> arguments = argumentVector(command);
+    std::vector<std::string> environmentEntries = environmentOf(command);
+    const std::vector<char*> environment = pointersTo(environmentEntries);
     const UniqueDescriptor null = openNullDevice();
     PipeEnds output = openOutput(command.standardOutput);
     PipeEnds error = openOutput(command.standardError);
@@ -169,6 +198,7 @@ SpawnedChild spawnChild(const ChildCommand& command) {
     Preparation preparation;
     preparation.executable = command.executable.c_str();
     preparation.arguments = arguments.data();
+    preparation.environment = environment.data();
     preparation.standard = {null.get(), orNull(output), orNull(error)};
     preparation.failure = failure.writing.get();
     preparation.descriptorLimit = originalDescriptorLimit();

@@ -29,9 +29,9 @@ sockaddr_in ipv4Endpoint(const std::string& address, std::uint16_t port) {
 }
 
 UniqueDescriptor listenTCP(const std::string& address, std::uint16_t port) {
-    // Connections that wait to be accepted, which happens at once as long as there are descriptors. More than
-    // 128 is cut down to that on a Mac, and thousands of listeners with long queues would only serve a flood.
-    constexpr int backlog = 128;
+    // Connections that wait to be accepted. That is soon, but 500 clients that come at once while the loop is
+    // busy overflow a queue of 128 and each wait a second for their next try. (The Mac cuts it down to 128.)
+    constexpr int backlog = 1024;
     const sockaddr_in endpoint = ipv4Endpoint(address, port);
     UniqueDescriptor listener = openSocket(AF_INET, SOCK_STREAM);
     const int on = 1;
