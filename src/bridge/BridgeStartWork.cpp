@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "bridge/BridgeTexts.h"
+#include "bridge/HostAddresses.h"
 
 namespace quillbay {
 
@@ -61,7 +62,7 @@ void BridgeStartWork::run(bool scanIfPortStale, const StopToken& token) {
         probe_.probe({profile_.providerIP, port, wireProtocolVersion(profile_)}, probeTime, probeTime, token);
     if (token.stopRequested()) return;
     if (verdict == RemotePairingProbeResult::remotePairingPort) {
-        callbacks_.onVerified(port);
+        verified(port, token);
         return;
     }
     callbacks_.onLog(profile_.displayName + ": " + profile_.providerIP + ":" + std::to_string(port) +
@@ -111,7 +112,23 @@ void BridgeStartWork::scan(const StopToken& token) {
     callbacks_.onLog(profile_.displayName + ": new port found → " + std::to_string(*report.port) +
                      " (profile updated)");
     callbacks_.onDiscoveredPort(*report.port);
-    callbacks_.onVerified(*report.port);
+    verified(*report.port, token);
+}
+
+void BridgeStartWork::verified(std::uint16_t devicePort, const StopToken& token) {
+    std::string remoteHost = answeringAddress(devicePort, token);
+    if (!token.stopRequested()) callbacks_.onVerified(devicePort, std::move(remoteHost));
+}
+
+std::string BridgeStartWork::answeringAddress(std::uint16_t devicePort, const StopToken& token) {
+    const std::vector<HostAddress> addresses = resolveHost(profile_.providerIP);
+    if (addresses.size() <= 1) return addresses.empty() ? profile_.providerIP : addresses.front().text();
+    for (const HostAddress& address : addresses) {
+        const auto verdict = probe_.probe({address.text(), devicePort, wireProtocolVersion(profile_)},
+                                          probeTime, probeTime, token);
+        if (verdict == RemotePairingProbeResult::remotePairingPort) return address.text();
+    }
+    return addresses.front().text();
 }
 
 }  // namespace quillbay

@@ -27,7 +27,8 @@ class BridgeStartWork {
         std::function<void(std::string line)> onLog;
         std::function<void(std::uint16_t port)> onDiscoveredPort;
         std::function<void(std::string message)> onFailed;
-        std::function<void(std::uint16_t devicePort)> onVerified;
+        /// `remoteHost` is the phone's address in numbers, also where the profile has a name.
+        std::function<void(std::uint16_t devicePort, std::string remoteHost)> onVerified;
         /// Called when a scan begins; what it returns is asked before each probe of that scan, on any thread.
         std::function<std::function<bool()>()> beginScan;
     };
@@ -49,6 +50,9 @@ class BridgeStartWork {
     /// The detail of the last sighting when the phone stayed on the local network.
     [[nodiscard]] std::optional<std::string> presentAfterRetries(const StopToken& token) const;
     void scan(const StopToken& token);
+    void verified(std::uint16_t devicePort, const StopToken& token);
+    /// Which of the addresses of a host name it was that answered.
+    [[nodiscard]] std::string answeringAddress(std::uint16_t devicePort, const StopToken& token);
 
     DeviceProfile profile_;
     DeviceCtlLister lister_;

@@ -3,6 +3,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 
+#include <array>
 #include <cstring>
 #include <memory>
 
@@ -40,6 +41,12 @@ HostAddress HostAddress::withPort(std::uint16_t port) const {
         reinterpret_cast<sockaddr_in*>(&copy.storage)->sin_port = htons(port);
     }
     return copy;
+}
+
+std::string HostAddress::text() const {
+    std::array<char, NI_MAXHOST> buffer{};
+    const int failed = ::getnameinfo(get(), length, buffer.data(), buffer.size(), nullptr, 0, NI_NUMERICHOST);
+    return failed == 0 ? buffer.data() : std::string();
 }
 
 std::vector<HostAddress> resolveHost(const std::string& host) {

@@ -16,6 +16,8 @@ struct HostAddress {
     [[nodiscard]] int family() const { return storage.ss_family; }
     [[nodiscard]] const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
     [[nodiscard]] HostAddress withPort(std::uint16_t port) const;
+    /// The address in numbers; empty for one of a family that has none.
+    [[nodiscard]] std::string text() const;
 };
 
 /// The host's addresses for TCP in the system's order of preference; empty when it has none. A literal

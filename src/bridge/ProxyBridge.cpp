@@ -145,8 +145,10 @@ BridgeStartWork::Callbacks ProxyBridge::startCallbacks(const std::string& localI
             bridge.setState(ProxyBridgeState::error(message));
         });
     };
-    callbacks.onVerified = [steps, localIP](std::uint16_t devicePort) {
-        steps->post([localIP, devicePort](ProxyBridge& bridge) { bridge.performStart(localIP, devicePort); });
+    callbacks.onVerified = [steps, localIP](std::uint16_t devicePort, std::string remoteHost) {
+        steps->post([localIP, devicePort, remoteHost = std::move(remoteHost)](ProxyBridge& bridge) {
+            bridge.performStart(localIP, devicePort, remoteHost);
+        });
     };
     callbacks.beginScan = [epochs = epochs_, generation = epochs_->generation.load()] {
         return [epochs, generation, scanGeneration = epochs->scanGeneration.load()] {
@@ -157,14 +159,16 @@ BridgeStartWork::Callbacks ProxyBridge::startCallbacks(const std::string& localI
     return callbacks;
 }
 
-void ProxyBridge::performStart(const std::string& localIP, std::uint16_t devicePort) {
+void ProxyBridge::performStart(const std::string& localIP, std::uint16_t devicePort,
+                               const std::string& remoteHost) {
+    remoteHost_ = remoteHost;
     const auto steps = mainSteps();
     // What is logged on the way reaches the owner, who may stop or restart the bridge there and then.
     const auto superseded = [&] { return epochs_->generation != steps->generation; };
     try {
         PairingRelayRequest request;
         request.localIP = localIP;
-        request.remoteHost = profile_.providerIP;
+        request.remoteHost = remoteHost_;
         request.remotePort = devicePort;
         request.displayName = profile_.displayName;
         request.onLog = onLog;
@@ -218,11 +222,11 @@ void ProxyBridge::openRelays(const std::string& localIP, std::uint16_t port, con
             });
         };
     };
-    auto tcp = std::make_unique<TCPRelay>(host_.network, localIP, port, profile_.providerIP, port);
+    auto tcp = std::make_unique<TCPRelay>(host_.network, localIP, port, remoteHost_, port);
     tcp->onError = failureLog("TCP");
     tcp->start();
     relays_.push_back(std::move(tcp));
-    auto udp = std::make_unique<UDPRelay>(host_.network, localIP, port, profile_.providerIP, port);
+    auto udp = std::make_unique<UDPRelay>(host_.network, localIP, port, remoteHost_, port);
     udp->onError = failureLog("UDP");
     udp->start();
     udpRelays_.push_back(std::move(udp));

@@ -94,7 +94,7 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     [[nodiscard]] std::shared_ptr<const MainSteps> mainSteps();
     [[nodiscard]] BridgeStartWork::Callbacks startCallbacks(const std::string& localIP);
     void runInBackground(bool scanIfPortStale, const std::string& localIP);
-    void performStart(const std::string& localIP, std::uint16_t devicePort);
+    void performStart(const std::string& localIP, std::uint16_t devicePort, const std::string& remoteHost);
     void registerProxy(const std::string& localIP, std::uint16_t port);
     void openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
                     const std::shared_ptr<const MainSteps>& steps);
@@ -115,6 +115,8 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     DNSServiceProxy dnsProxy_;
     DeviceCtlLister deviceCtlLister_;
     TunnelPortWatcher tunnelPortWatcher_;
+    /// The phone's address in numbers, as the current start found it.
+    std::string remoteHost_;
     std::vector<std::unique_ptr<TCPRelay>> relays_;
     std::vector<std::unique_ptr<UDPRelay>> udpRelays_;
     PortSet coveredPorts_;

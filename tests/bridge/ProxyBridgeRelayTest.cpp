@@ -70,6 +70,21 @@ TEST_F(ProxyBridgeRelays, carry_the_control_channel_to_the_phone) {
     EXPECT_EQ(reply, "RPPairing");
 }
 
+TEST_F(ProxyBridgeRelays, reach_a_phone_whose_address_is_a_name) {
+    const fakes::FakePhone named("127.0.0.1", Manner::answers);
+    DeviceProfile wanted = profile(named.port());
+    wanted.providerIP = "localhost";
+    startActive(wanted);
+    boost::asio::io_context context;
+    tcp::socket client(context);
+    client.connect({boost::asio::ip::make_address_v4(world.macIP), named.port()});
+    boost::asio::write(client, boost::asio::buffer("hello", 5));
+    std::string reply(9, ' ');
+    boost::system::error_code error;
+    boost::asio::read(client, boost::asio::buffer(reply), error);
+    EXPECT_EQ(reply, "RPPairing") << error.message();
+}
+
 TEST_F(ProxyBridgeRelays, take_the_next_local_port_silently_when_the_first_is_taken) {
     const UniqueDescriptor taken = listenTCP(world.macIP, port);
     startActive(profile(port));
