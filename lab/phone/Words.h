@@ -22,9 +22,8 @@ inline std::vector<std::string_view> split(std::string_view text, char separator
 template <typename Number>
 std::optional<Number> parseNumber(std::string_view text) {
     Number number = 0;
-    const auto* end = text.data() + text.size();
-    const auto [stopped, failure] = std::from_chars(text.data(), end, number);
-    if (failure != std::errc() || stopped != end) return std::nullopt;
+    const auto [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (failure != std::errc() || stopped != text.data() + text.size()) return std::nullopt;
     return number;
 }
 

@@ -55,7 +55,11 @@ def spawn(request, descriptors):
     os.close(write_end)
     with os.fdopen(read_end, "rb") as pipe:
         failure = pipe.read()
-    return (None, int(failure)) if failure else (pid, 0)
+    if not failure:
+        return pid, 0
+    # Gone before the answer: whoever is told that there is no process finds none.
+    os.waitpid(pid, 0)
+    return None, int(failure)
 
 
 class Init:
@@ -133,7 +137,11 @@ def main():
     socket.sethostname(settings["name"])
     channel = socket.socket(fileno=int(sys.argv[1]))
     channel.set_inheritable(False)
-    channel.send(json.dumps({"ready": True}).encode())
+    try:
+        channel.send(json.dumps({"ready": True}).encode())
+    except ConnectionError:
+        # The lab was taken down while this host was made.
+        return
     Init(channel).run()
 
 

@@ -66,6 +66,11 @@ def mounts(folder):
                        "/etc/systemd/journald.conf"), ("/dev/null", "/dev/kmsg")):
         if pathlib.Path(there).exists():
             commands.append(["--bind", str(own), there])
+    # The journal does not start where it cannot find its own place among the control groups: in a bare system that
+    # was never booted nothing has mounted them.
+    groups = pathlib.Path("/sys/fs/cgroup")
+    if groups.exists() and not (groups / "cgroup.procs").exists() and not any(groups.iterdir()):
+        commands.append(["-t", "cgroup2", "none", str(groups)])
     return commands
 
 

@@ -4,7 +4,8 @@
 
 namespace quillbay {
 
-/// The one error of the relays' own: a listener was neither ready nor failed in time. It prints as "timedOut".
+/// The one error of the relays' own: a listener was neither ready nor failed in time. It prints as
+/// "timedOut".
 class RelayBindError final : public std::exception {
  public:
     static RelayBindError timedOut() { return {}; }

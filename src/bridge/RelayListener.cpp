@@ -1,11 +1,13 @@
 #include "bridge/RelayListener.h"
 
 #include <boost/asio/post.hpp>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <utility>
 
 #include "bridge/RelayBindError.h"
+#include "platform/PrintedError.h"
 #include "platform/Sockets.h"
 
 namespace quillbay {
@@ -48,12 +50,8 @@ class RelayListener::BlockingStart {
 };
 
 RelayListener::RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                             RelayErrorCallback onError)
-    : loop_(loop),
-      localIP_(std::move(localIP)),
-      localPort_(localPort),
-      onError_(std::move(onError)),
-      socket_(loop) {}
+                             const RelayErrorCallback& onError)
+    : loop_(loop), localIP_(std::move(localIP)), localPort_(localPort), onError_(onError), socket_(loop) {}
 
 void RelayListener::start() {
     static_cast<void>(ipv4Endpoint(localIP_, localPort_));  // throws for what can be no address of a listener
@@ -81,9 +79,10 @@ void RelayListener::adopt(UniqueDescriptor opened) {
 }
 
 void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
+    if (stopped_) throw systemError(ECANCELED);
     const auto meeting = std::make_shared<BlockingStart>();
     boost::asio::post(loop_, [self = shared_from_this(), meeting] {
-        if (self->stopped_) return;
+        if (self->stopped_) return meeting->failed(std::make_exception_ptr(systemError(ECANCELED)));
         if (auto error = self->openAndListen()) return meeting->failed(std::move(error));
         if (!meeting->ready()) self->end();
     });
@@ -91,7 +90,7 @@ void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
 }
 
 void RelayListener::stop() {
-    stopped_ = true;
+    silence();
     boost::asio::post(loop_, [self = shared_from_this()] {
         self->end();
         self->cancelConnections();
@@ -99,7 +98,7 @@ void RelayListener::stop() {
 }
 
 void RelayListener::abandon() {
-    stopped_ = true;
+    silence();
     boost::asio::post(loop_, [self = shared_from_this()] {
         self->end();
         self->forgetConnections();
@@ -111,8 +110,14 @@ void RelayListener::end() {
     socket_.close();
 }
 
+void RelayListener::silence() {
+    const std::lock_guard lock(reporting_);
+    stopped_ = true;
+}
+
 void RelayListener::fail(std::exception_ptr error) {
     end();
+    const std::lock_guard lock(reporting_);
     if (!stopped_) onError_(std::move(error));
 }
 

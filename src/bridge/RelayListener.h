@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "bridge/RelayErrorCallback.h"
@@ -23,7 +24,7 @@ namespace quillbay {
 class RelayListener : public std::enable_shared_from_this<RelayListener> {
  public:
     RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                  RelayErrorCallback onError);
+                  const RelayErrorCallback& onError);
     virtual ~RelayListener() = default;
     RelayListener(const RelayListener&) = delete;
     RelayListener& operator=(const RelayListener&) = delete;
@@ -33,11 +34,14 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     /// Opens the socket later; what goes wrong then is told to `onError`. Throws when it cannot be opened at
     /// all.
     void start();
-    /// Opens the socket and waits for the result. Not to be called on the loop.
+    /// Opens the socket and waits for the result. Not to be called on the loop. Throws std::system_error
+    /// (ECANCELED) at once when the listener was stopped.
     void startBlocking(std::chrono::milliseconds timeout);
     /// Closes the socket and cancels all connections. A start that has not happened yet does not happen.
+    /// Waits for a call of `onError` that is under way on another thread: after this there is none.
     void stop();
-    /// Closes the socket and forgets the connections, which end by themselves.
+    /// Closes the socket and forgets the connections, which end by themselves. No call of `onError` after
+    /// this either.
     void abandon();
 
     [[nodiscard]] bool stopped() const { return stopped_; }
@@ -64,6 +68,7 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     std::exception_ptr openAndListen();
     void adopt(UniqueDescriptor opened);
     void end();
+    void silence();
 
     boost::asio::io_context& loop_;
     const std::string localIP_;
@@ -72,6 +77,9 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     WatchedSocket socket_;
     std::atomic<std::uint16_t> port_ = 0;
     std::atomic<bool> stopped_ = false;
+    // Held while `onError` is called, so that it never runs once the owner has stopped or gone. Recursive:
+    // the owner may stop or drop the relay in there.
+    std::recursive_mutex reporting_;
 };
 
 }  // namespace quillbay

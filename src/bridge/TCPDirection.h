@@ -13,7 +13,7 @@ class TCPDirection {
  public:
     /// The most that is held for a destination whose kernel buffer is full; at that bound nothing more is
     /// received, so a slow receiver slows its sender down and not this computer's memory.
-    static constexpr std::size_t heldLimitBytes = 1024 * 1024;
+    static constexpr std::size_t heldLimitBytes = std::size_t{1024} * 1024;
 
     /// Both sockets outlive the direction.
     TCPDirection(WatchedSocket& source, WatchedSocket& destination);

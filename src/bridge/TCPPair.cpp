@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <chrono>
 #include <utility>
 
 #include "bridge/ReceiveBuffer.h"
@@ -12,14 +11,6 @@ namespace quillbay {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-// A receiver that takes nothing for this long while its sender is gone already will not take anything.
-constexpr auto stalledLimit = 30s;
-// What a well-behaved peer needs to see the end and close is a round trip, also over a slow tunnel.
-constexpr auto drainLimit = 1500ms;
-// A peer that goes on sending into a connection that is closed has what it deserves.
-constexpr std::size_t drainLimitBytes = 4 * 1024 * 1024;
 constexpr int drainReceivesPerTurn = 16;
 
 int takeSocketError(int descriptor) {
@@ -30,9 +21,10 @@ int takeSocketError(int descriptor) {
 
 }  // namespace
 
-TCPPair::TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner)
+TCPPair::TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits)
     : loop_(loop),
       owner_(std::move(owner)),
+      limits_(limits),
       client_(loop),
       phone_(loop),
       toPhone_(client_, phone_),
@@ -72,7 +64,7 @@ void TCPPair::received(TCPDirection& direction) {
 void TCPPair::writable(TCPDirection& direction) {
     direction.sendArmed = false;
     if (state_ == State::closing || state_ == State::closed) return;
-    if (direction.flush()) deadline_.reset();
+    if (direction.flush()) clearDeadline();
     proceed();
 }
 
@@ -85,7 +77,7 @@ void TCPPair::proceed() {
                          toClient_.sendArmed || state_ == State::connecting;
     if (relayIsGone && !waiting) return close();
     const bool ending = toPhone_.ended() || toClient_.ended() || toPhone_.broken() || toClient_.broken();
-    if (ending && !deadline_) setDeadline(stalledLimit, [](TCPPair& self) { self.close(); });
+    if (ending && !deadline_) setDeadline(limits_.stalled, [](TCPPair& self) { self.close(); });
 }
 
 bool TCPPair::isOver() const {
@@ -113,7 +105,7 @@ void TCPPair::close() {
     state_ = State::closing;
     if (const auto owner = owner_.lock()) owner->pairEnded(*this);
     if (!phoneIsConnected) phone_.close();
-    setDeadline(drainLimit, [](TCPPair& pair) {
+    setDeadline(limits_.drain, [](TCPPair& pair) {
         pair.client_.close();
         pair.phone_.close();
         pair.finishWhenDrained();
@@ -133,7 +125,7 @@ void TCPPair::drain(WatchedSocket& socket) {
         const ssize_t count = ::recv(socket.get(), buffer.data(), buffer.size(), 0);
         if (count > 0) drainedBytes_ += static_cast<std::size_t>(count);
         const bool nothingYet = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
-        if ((count <= 0 && !nothingYet) || drainedBytes_ > drainLimitBytes) return socket.close();
+        if ((count <= 0 && !nothingYet) || drainedBytes_ > limits_.drainBytes) return socket.close();
         if (nothingYet) break;
     }
     socket.whenReadable([self = shared_from_this(), &socket] {
@@ -145,13 +137,13 @@ void TCPPair::drain(WatchedSocket& socket) {
 void TCPPair::finishWhenDrained() {
     if (state_ == State::closed || client_.isOpen() || phone_.isOpen()) return;
     state_ = State::closed;
-    deadline_.reset();
+    clearDeadline();
     if (const auto owner = owner_.lock()) owner->pairClosed(*this);
 }
 
 void TCPPair::cancel() {
     state_ = State::closed;
-    deadline_.reset();
+    clearDeadline();
     for (WatchedSocket* socket : {&client_, &phone_}) {
         if (!socket->isOpen()) continue;
         // What is unread now would turn the close into a reset; what comes later may.
@@ -165,11 +157,18 @@ void TCPPair::cancel() {
 
 template <typename Action>
 void TCPPair::setDeadline(std::chrono::milliseconds limit, Action action) {
+    clearDeadline();
     deadline_.emplace(loop_, limit);
-    deadline_->async_wait([weak = weak_from_this(), action](const boost::system::error_code& error) {
-        const auto self = weak.lock();
-        if (!error && self) action(*self);
-    });
+    deadline_->async_wait(
+        [weak = weak_from_this(), number = deadlineNumber_, action](const boost::system::error_code& error) {
+            const auto self = weak.lock();
+            if (!error && self && number == self->deadlineNumber_) action(*self);
+        });
+}
+
+void TCPPair::clearDeadline() {
+    deadline_.reset();
+    ++deadlineNumber_;
 }
 
 }  // namespace quillbay

@@ -17,6 +17,16 @@ namespace quillbay {
 
 class TCPPair;
 
+/// How long, and for how much, a pair waits for a peer that owes it something.
+struct TCPPairLimits {
+    /// A receiver that takes nothing for this long while its sender is gone already will not take anything.
+    std::chrono::milliseconds stalled{30'000};
+    /// What a well-behaved peer needs to see the end and close is a round trip, also over a slow tunnel.
+    std::chrono::milliseconds drain{1500};
+    /// A peer that goes on sending into a connection that is closed has what it deserves.
+    std::size_t drainBytes = std::size_t{4} * 1024 * 1024;
+};
+
 /// The relay, as its pairs see it.
 class TCPPairOwner {
  public:
@@ -40,8 +50,8 @@ class TCPPairOwner {
 ///                    │                   │                   │                │
 ///                    └─ phone refused ───┴─ other side gone ─┴────────────────┘
 ///
-///     deadlines: connecting — the kernel's own; open — none; ending — `stalledLimit` without a byte taken,
-///     counted anew after each; closing — `drainLimit` in all, and `drainLimitBytes`.
+///     deadlines: connecting — the kernel's own; open — none; ending — `limits.stalled` without a byte
+///     taken, counted anew after each; closing — `limits.drain` in all, and `limits.drainBytes`.
 ///
 /// Draining is what keeps the end of a delivery whole: closing a socket that has unread bytes, or gets some
 /// later, resets the connection, and the reset overtakes what the receiver has not read yet.
@@ -51,7 +61,7 @@ class TCPPairOwner {
 /// direction, and the pair closes with the last of both. `cancel` closes everything at once.
 class TCPPair : public std::enable_shared_from_this<TCPPair> {
  public:
-    TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner);
+    TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits = {});
 
     /// Takes both sockets and connects the second one. `client` is accepted, `phone` fresh.
     /// Throws std::system_error when the loop cannot watch them; the pair is to be dropped then.
@@ -85,9 +95,11 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     void finishWhenDrained();
     template <typename Action>
     void setDeadline(std::chrono::milliseconds limit, Action action);
+    void clearDeadline();
 
     boost::asio::io_context& loop_;
     std::weak_ptr<TCPPairOwner> owner_;
+    const TCPPairLimits limits_;
     WatchedSocket client_;
     WatchedSocket phone_;
     TCPDirection toPhone_;
@@ -96,6 +108,8 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     std::size_t drainedBytes_ = 0;
     // Only while it is needed: most pairs never have one.
     std::optional<boost::asio::steady_timer> deadline_;
+    // Which deadline it is: one that has expired can no longer be taken back, only be known as an old one.
+    unsigned deadlineNumber_ = 0;
 };
 
 }  // namespace quillbay

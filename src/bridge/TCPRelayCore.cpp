@@ -30,8 +30,9 @@ bool isFailureOfListener(int error) {
 }  // namespace
 
 TCPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                     const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError)
-    : RelayListener(loop, std::move(localIP), localPort, std::move(onError)),
+                     const std::string& remoteHost, std::uint16_t remotePort,
+                     const RelayErrorCallback& onError)
+    : RelayListener(loop, std::move(localIP), localPort, onError),
       phone_(SocketAddress::numeric(remoteHost, remotePort)) {}
 
 UniqueDescriptor TCPRelay::Core::open(const std::string& address, std::uint16_t port) {

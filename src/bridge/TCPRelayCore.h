@@ -19,7 +19,7 @@ namespace quillbay {
 class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
  public:
     Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-         const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError);
+         const std::string& remoteHost, std::uint16_t remotePort, const RelayErrorCallback& onError);
 
     // Any thread:
     [[nodiscard]] std::int64_t activePairs() const { return activePairs_; }

@@ -41,15 +41,23 @@ void UDPFlow::receive() {
     if (!socket_.isOpen()) return;
     if (!owner) return socket_.close();
     ReceiveBuffer& buffer = receiveBuffer();
+    bool any = false;
     for (int round = 0; round < datagramsPerTurn && socket_.isOpen(); ++round) {
         const ssize_t count = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
+        any = any || count > 0;
         if (count > 0) owner->reply(client_, {buffer.data(), static_cast<std::size_t>(count)});
         if (count >= 0 || errno == EINTR) continue;
         if (errno == EAGAIN || errno == EWOULDBLOCK) break;
-        socket_.close();
-        return owner->flowEnded(*this);
+        return end(*owner);
     }
+    // A socket that was shut down would be readable for ever.
+    if (!any && socket_.receivingIsShutDown()) return end(*owner);
     start();
+}
+
+void UDPFlow::end(UDPFlowOwner& owner) {
+    socket_.close();
+    owner.flowEnded(*this);
 }
 
 UDPFlow::Sent UDPFlow::send(std::span<const char> datagram) {

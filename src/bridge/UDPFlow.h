@@ -44,6 +44,7 @@ class UDPFlow : public std::enable_shared_from_this<UDPFlow> {
 
  private:
     void receive();
+    void end(UDPFlowOwner& owner);
 
     std::weak_ptr<UDPFlowOwner> owner_;
     sockaddr_in client_;

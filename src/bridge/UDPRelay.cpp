@@ -7,7 +7,7 @@
 namespace quillbay {
 
 UDPRelay::UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
-                   std::string remoteHost, std::uint16_t remotePort)
+                   const std::string& remoteHost, std::uint16_t remotePort)
     : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
                                    remotePort, onError)) {}
 

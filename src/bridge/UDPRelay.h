@@ -20,8 +20,8 @@ class UDPRelay {
  public:
     /// Does nothing yet. The relay's queue is labelled "com.local.mirel.Quillbay.udp-relay." + `localPort`.
     /// `localPort` 0 lets the system choose (see `boundPort`).
-    UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort, std::string remoteHost,
-             std::uint16_t remotePort);
+    UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
+             const std::string& remoteHost, std::uint16_t remotePort);
 
     /// Closes the listener and, since no reply can be passed back any more, the flows.
     ~UDPRelay();
@@ -29,14 +29,16 @@ class UDPRelay {
     UDPRelay& operator=(const UDPRelay&) = delete;
 
     /// Called on the relay's queue when the listener fails after `start` returned (its bind included), or
-    /// after `startBlocking` succeeded. May be assigned at any time.
+    /// after `startBlocking` succeeded. May be assigned at any time. It may stop or drop the relay, but must
+    /// not wait for another thread that does: that one waits for its end. Never called after `stop`.
     RelayErrorCallback onError;
 
     /// Starts to listen without waiting for the result. Throws when the listener cannot be created.
     void start();
 
     /// Starts to listen and blocks until the listener is ready. Throws the system's error when it fails and
-    /// RelayBindError when it is neither ready nor failed within `timeout`.
+    /// RelayBindError when it is neither ready nor failed within `timeout`. A relay that was stopped does not
+    /// start again: it throws std::system_error (ECANCELED) at once.
     void startBlocking(std::chrono::milliseconds timeout);
 
     /// Cancels the listener and every flow. May be called more than once and before any start. The sockets

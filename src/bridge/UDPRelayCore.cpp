@@ -28,8 +28,9 @@ std::uint64_t keyOf(const sockaddr_in& client) {
 }  // namespace
 
 UDPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                     const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError)
-    : RelayListener(loop, std::move(localIP), localPort, std::move(onError)),
+                     const std::string& remoteHost, std::uint16_t remotePort,
+                     const RelayErrorCallback& onError)
+    : RelayListener(loop, std::move(localIP), localPort, onError),
       phone_(SocketAddress::numeric(remoteHost, remotePort)) {}
 
 UniqueDescriptor UDPRelay::Core::open(const std::string& address, std::uint16_t port) {
@@ -44,18 +45,22 @@ void UDPRelay::Core::listen() {
 
 void UDPRelay::Core::receive() {
     ReceiveBuffer& buffer = receiveBuffer();
+    bool any = false;
     for (int round = 0; round < datagramsPerTurn; ++round) {
         if (!socket().isOpen()) return;
         sockaddr_in client{};
         socklen_t length = sizeof client;
         const ssize_t count = ::recvfrom(socket().get(), buffer.data(), buffer.size(), 0,
                                          reinterpret_cast<sockaddr*>(&client), &length);
+        any = any || count > 0;
         if (count > 0) passOn(client, {buffer.data(), static_cast<std::size_t>(count)});
         if (count >= 0) continue;
         if (errno == EAGAIN || errno == EWOULDBLOCK) break;
         if (isFailureOfListener(errno)) return fail(std::make_exception_ptr(systemError(errno)));
         // Anything else is about one datagram.
     }
+    // A socket that was shut down is readable for ever and receives nothing, or the empty over and over.
+    if (!any && socket().receivingIsShutDown()) return fail(std::make_exception_ptr(systemError(ESHUTDOWN)));
     listen();
 }
 

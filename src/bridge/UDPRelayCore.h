@@ -19,7 +19,7 @@ namespace quillbay {
 class UDPRelay::Core final : public RelayListener, public UDPFlowOwner {
  public:
     Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-         const std::string& remoteHost, std::uint16_t remotePort, RelayErrorCallback onError);
+         const std::string& remoteHost, std::uint16_t remotePort, const RelayErrorCallback& onError);
 
     // Any thread:
     [[nodiscard]] std::size_t flows() const { return flowCount_; }

@@ -1,8 +1,21 @@
 #include "bridge/WatchedSocket.h"
 
+#include <poll.h>
+
 #include "platform/PrintedError.h"
 
 namespace quillbay {
+
+namespace {
+
+#ifdef POLLRDHUP
+// Tells of a shutdown for receiving alone, which elsewhere is a hang-up like that of both directions.
+constexpr short shutDownEvents = POLLRDHUP;
+#else
+constexpr short shutDownEvents = 0;
+#endif
+
+}  // namespace
 
 void WatchedSocket::adopt(UniqueDescriptor socket) {
     close();
@@ -15,6 +28,11 @@ void WatchedSocket::adopt(UniqueDescriptor socket) {
 void WatchedSocket::close() {
     boost::system::error_code ignored;  // a failed close has given the descriptor back nonetheless
     descriptor_.close(ignored);
+}
+
+bool WatchedSocket::receivingIsShutDown() {
+    pollfd asked{get(), shutDownEvents, 0};
+    return ::poll(&asked, 1, 0) == 1 && (asked.revents & (shutDownEvents | POLLHUP)) != 0;
 }
 
 }  // namespace quillbay

@@ -26,6 +26,10 @@ class WatchedSocket {
 
     void close();
 
+    /// Whether receiving was shut down: the socket is readable from then on, whether or not there is anything
+    /// to receive. A stream tells that by its end; a datagram socket has to be asked.
+    [[nodiscard]] bool receivingIsShutDown();
+
     template <typename Handler>
     void whenReadable(Handler handler) {
         wait(Descriptor::wait_read, std::move(handler));

@@ -7,16 +7,22 @@ namespace quillbay {
 
 AsioMainQueue::AsioMainQueue() : work_(context_.get_executor()), thread_(std::this_thread::get_id()) {}
 
-void AsioMainQueue::post(Task task) { boost::asio::post(context_, std::move(task)); }
+void AsioMainQueue::post(Task task) {
+    boost::asio::post(context_, std::move(task));
+}
 
-bool AsioMainQueue::isCurrent() const { return thread_ == std::this_thread::get_id(); }
+bool AsioMainQueue::isCurrent() const {
+    return thread_ == std::this_thread::get_id();
+}
 
 void AsioMainQueue::run() {
     thread_ = std::this_thread::get_id();
     context_.run();
 }
 
-void AsioMainQueue::stop() { context_.stop(); }
+void AsioMainQueue::stop() {
+    context_.stop();
+}
 
 bool AsioMainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     // `done` may depend on state that other threads change without posting, so it is also asked at intervals.

@@ -4,7 +4,8 @@
 
 namespace quillbay {
 
-/// Where this user's files lie. A constructor argument of everything that keeps files, so that tests use their own.
+/// Where this user's files lie. A constructor argument of everything that keeps files, so that tests use
+/// their own.
 struct FileLocations {
     /// The per-user application-support directory, without the program's own folder.
     std::filesystem::path applicationSupport;
@@ -13,7 +14,8 @@ struct FileLocations {
     /// The user's temporary directory.
     std::filesystem::path temporary;
 
-    /// The system's: `~/Library/Application Support` and `~/Library/Preferences` on the Mac; `$XDG_DATA_HOME` and
+    /// The system's: `~/Library/Application Support` and `~/Library/Preferences` on the Mac; `$XDG_DATA_HOME`
+    /// and
     /// `$XDG_CONFIG_HOME` with their defaults on Linux (XDG base directories, 0.8).
     /// Throws std::runtime_error when the user has no home directory: the process cannot go on then.
     static FileLocations system();

@@ -15,8 +15,8 @@
 
 namespace quillbay {
 
-/// Everything outside that the system touches: queues, time, randomness, files, tools and the local address. The
-/// program makes one, which outlives all that is built on it; tests replace any member.
+/// Everything outside that the system touches: queues, time, randomness, files, tools and the local address.
+/// The program makes one, which outlives all that is built on it; tests replace any member.
 struct Host {
     MainQueue& mainQueue;
     NetworkThreads& network;

@@ -7,8 +7,8 @@
 
 namespace quillbay {
 
-/// Cuts a stream of text into lines. A line longer than the limit is dropped whole, however it arrives, so the
-/// memory held never exceeds the limit.
+/// Cuts a stream of text into lines. A line longer than the limit is dropped whole, however it arrives, so
+/// the memory held never exceeds the limit.
 class LineBuffer {
  public:
     /// `limitBytes`: the longest line kept, without its line feed.

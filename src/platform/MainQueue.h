@@ -4,7 +4,8 @@
 
 namespace quillbay {
 
-/// The one queue on which all published state lives: the coordinator, the bridges and, with windows, the views.
+/// The one queue on which all published state lives: the coordinator, the bridges and, with windows, the
+/// views.
 ///
 /// Implementations run on an Asio loop (agent, tests) or on the window system's event loop. Tasks run in the
 /// order in which they were posted, never inside `post`, and always on the same thread.

@@ -6,7 +6,8 @@ std::string printedError(const std::exception& error) {
     const auto* system = dynamic_cast<const std::system_error*>(&error);
     if (system == nullptr) return error.what();
     const std::error_code& code = system->code();
-    if (code.category() != std::generic_category() && code.category() != std::system_category()) return error.what();
+    if (code.category() != std::generic_category() && code.category() != std::system_category())
+        return error.what();
     return "POSIXErrorCode(rawValue: " + std::to_string(code.value()) +
            "): " + std::generic_category().message(code.value());
 }
@@ -22,6 +23,8 @@ std::string printedError(const std::exception_ptr& error) {
     }
 }
 
-std::system_error systemError(int code) { return {code, std::generic_category()}; }
+std::system_error systemError(int code) {
+    return {code, std::generic_category()};
+}
 
 }  // namespace quillbay

@@ -10,8 +10,8 @@ namespace detail {
 struct StopState;
 }
 
-/// Keeps a callback registered with a `StopToken`; dropping it ends the registration, and waits for the callback
-/// if another thread is just running it.
+/// Keeps a callback registered with a `StopToken`; dropping it ends the registration, and waits for the
+/// callback if another thread is just running it.
 class StopRegistration {
  public:
     StopRegistration() = default;
@@ -26,8 +26,8 @@ class StopRegistration {
     std::size_t id_ = 0;
 };
 
-/// Tells work that blocks that it has been abandoned. (The standard library's own is still experimental in the
-/// Mac's.) Copies share one state; all members may be called on any thread.
+/// Tells work that blocks that it has been abandoned. (The standard library's own is still experimental in
+/// the Mac's.) Copies share one state; all members may be called on any thread.
 class StopToken {
  public:
     /// A token that is never stopped.

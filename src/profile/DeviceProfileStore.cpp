@@ -18,7 +18,7 @@ std::vector<DeviceProfile> readProfiles(const std::filesystem::path& path) {
     try {
         return decodeProfiles(*document);
     } catch (const JSONError&) {
-        // Half a list would silently lose the other phones at the next change; an empty one is seen at once.
+        // All or nothing: half a list would lose the other phones one by one, and nobody would see which.
         return {};
     }
 }

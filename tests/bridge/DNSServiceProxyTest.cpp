@@ -312,12 +312,13 @@ TEST_F(DNSServiceProxyTest,
     const TemporaryVariable narrow("COLUMNS", "40");
     const TemporaryVariable plain("LC_ALL", "C");
     tools.ps = HostTools::system(programDirectory()).ps;
-    beSoon("obey");
+    beSoon("keep");
     // A name that no other registration on this computer has.
     const std::string name = "Robin’s iPhone " + folder.path().filename().string();
     ChildCommand command{tools.dnsSD.executable, tools.dnsSD.leadingArguments};
     command.arguments.insert(command.arguments.end(), {"-i", "en0", "-P", name});
     const ChildProcess leftover = ChildProcess::launch(command);
+    ASSERT_TRUE(eventually([&] { return calls().contains(leftover.pid()); }));
     DNSServiceProxy::killOrphanedRegistrations(tools, name);
     EXPECT_TRUE(eventually([&] { return !leftover.isRunning(); }));
     leftover.terminateAndWait();

@@ -215,6 +215,31 @@ std::uint16_t refusedPort() {
     return boundPort(bound.get());
 }
 
+int shutDownSockets(const std::function<bool(int fd)>& which) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int fd = std::stoi(entry.path().filename().string());
+        if (!which(fd)) continue;
+        // On an unconnected datagram socket it fails with ENOTCONN, having done it.
+        if (::shutdown(fd, SHUT_RDWR) == 0 || errno == ENOTCONN) ++count;
+    }
+    return count;
+}
+
+int breakListeners(std::uint16_t port) {
+    const sockaddr_in wanted = ipv4Endpoint("127.0.0.1", port);
+    return shutDownSockets([&wanted](int fd) {
+        sockaddr_in bound{};
+        sockaddr_in peer{};
+        socklen_t length = sizeof bound;
+        if (::getsockname(fd, reinterpret_cast<sockaddr*>(&bound), &length) != 0) return false;
+        length = sizeof peer;
+        const bool connected = ::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
+        return !connected && bound.sin_family == AF_INET && bound.sin_port == wanted.sin_port &&
+               bound.sin_addr.s_addr == wanted.sin_addr.s_addr;
+    });
+}
+
 BlockedLoop::BlockedLoop(boost::asio::io_context& loop) {
     std::promise<void> begun;
     boost::asio::post(loop, [&begun, released = release_.get_future().share(), this] {
@@ -230,12 +255,14 @@ BlockedLoop::~BlockedLoop() {
     ended_.get_future().wait();
 }
 
+void warmUp(NetworkThreads& network) {
+    for (std::size_t port = 0; port < network.count(); ++port)
+        const boost::asio::steady_timer first(network.contextFor(static_cast<std::uint16_t>(port)));
+}
+
 void RelayTest::SetUp() {
     network = std::make_unique<NetworkThreads>(2);
-    // A loop opens descriptors of its own for its first timer or socket.
-    for (const std::uint16_t port : {std::uint16_t{0}, std::uint16_t{1}}) {
-        const boost::asio::steady_timer first(network->contextFor(port));
-    }
+    warmUp(*network);
     descriptorsBefore_ = openDescriptors();
 }
 

@@ -78,6 +78,12 @@ class PhoneService {
 /// A port of 127.0.0.1 that nobody listens on.
 std::uint16_t refusedPort();
 
+/// Shuts down those of this process's own sockets that `which` picks, for receiving and sending, as an
+/// interface that goes away does. Returns how many there were.
+int shutDownSockets(const std::function<bool(int fd)>& which);
+/// The listening or unconnected ones that are bound to a port of 127.0.0.1.
+int breakListeners(std::uint16_t port);
+
 /// Keeps one network thread busy until it is destroyed.
 class BlockedLoop {
  public:
@@ -88,6 +94,9 @@ class BlockedLoop {
     std::promise<void> release_;
     std::promise<void> ended_;
 };
+
+/// Has each loop open the descriptors of its own that it opens with its first timer or socket.
+void warmUp(NetworkThreads& network);
 
 /// Two network threads, and a look at the end whether every descriptor was given back.
 class RelayTest : public ::testing::Test {

@@ -138,6 +138,26 @@ TEST_F(TCPDirectionTest, receives_again_only_when_half_of_the_room_is_free) {
     EXPECT_TRUE(direction.wantsToReceive());
 }
 
+TEST_F(TCPDirectionTest, an_empty_read_sends_nothing_and_receives_again) {
+    char buffer[16];
+    for (const bool open : {false, true}) {
+        if (open) direction.openDestination();
+        direction.receive();
+        EXPECT_FALSE(direction.ended());
+        EXPECT_FALSE(direction.broken());
+        EXPECT_TRUE(direction.wantsToReceive());
+        EXPECT_FALSE(direction.wantsToSend());
+        EXPECT_EQ(direction.heldBytes(), 0U);
+        EXPECT_EQ(::recv(receiver.get(), buffer, sizeof buffer, 0), -1);
+        EXPECT_EQ(errno, EAGAIN);
+    }
+    ASSERT_EQ(::send(sender.get(), "bytes", 5, MSG_NOSIGNAL), 5);
+    direction.receive();
+    ASSERT_EQ(::recv(receiver.get(), buffer, sizeof buffer, 0), 5);
+    EXPECT_EQ(std::string(buffer, 5), "bytes");
+    EXPECT_FALSE(direction.ended());
+}
+
 TEST_F(TCPDirectionTest, is_delivered_only_when_the_last_held_byte_was_sent) {
     direction.openDestination();
     const std::string sent = fill();

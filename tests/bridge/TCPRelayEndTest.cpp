@@ -35,6 +35,8 @@ class SilentService {
         }
     }
     [[nodiscard]] std::uint16_t port() const { return boundPort(listener_.get()); }
+    /// From now on whoever tries, or tries again, is refused.
+    void refuse() { listener_.reset(); }
 
  private:
     UniqueDescriptor listener_;
@@ -149,6 +151,18 @@ TEST_F(TCPRelayEnd, what_the_phone_said_before_it_reset_reaches_the_client_that_
 }
 
 TEST_F(TCPRelayEnd, a_client_of_a_phone_that_refuses_is_counted_up_and_down_and_closed) {
+    SilentService phone;
+    const auto relay = relayTo(phone.port());
+    const Peer client = Peer::tcpTo(relay->boundPort());
+    EXPECT_TRUE(client.send("hello?"));
+    EXPECT_TRUE(eventually([&] { return relay->activeConnectionCount() == 1; }));
+    EXPECT_EQ(relay->connectionCount(), 2U);
+    phone.refuse();
+    EXPECT_NE(client.end(), Peer::End::none);
+    expectNobody(*relay);
+}
+
+TEST_F(TCPRelayEnd, clients_of_a_phone_that_refuses_at_once_are_closed_and_none_stays_counted) {
     const auto relay = relayTo(test::refusedPort());
     for (int i = 0; i < 20; ++i) {
         const Peer client = Peer::tcpTo(relay->boundPort());

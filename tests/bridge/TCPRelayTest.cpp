@@ -53,71 +53,6 @@ TEST_F(TCPRelayTest, passes_on_what_the_client_sends_before_the_phone_has_answer
     EXPECT_TRUE(phone.accept().receive(sent.size()) == sent);
 }
 
-TEST_F(TCPRelayTest, blocking_start_throws_address_in_use_when_the_port_is_taken) {
-    const PhoneService taken;
-    TCPRelay relay(*network, "127.0.0.1", taken.port(), "127.0.0.1", 1);
-    try {
-        relay.startBlocking(2s);
-        FAIL() << "started";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(printedError(error), "POSIXErrorCode(rawValue: 98): Address already in use");
-    }
-    EXPECT_EQ(relay.boundPort(), 0);
-}
-
-TEST_F(TCPRelayTest, start_reports_a_taken_port_through_onError) {
-    const PhoneService taken;
-    TCPRelay relay(*network, "127.0.0.1", taken.port(), "127.0.0.1", 1);
-    std::promise<std::string> reported;
-    relay.onError = [&reported](std::exception_ptr error) { reported.set_value(printedError(error)); };
-    relay.start();
-    auto result = reported.get_future();
-    ASSERT_EQ(result.wait_for(test::patience), std::future_status::ready);
-    EXPECT_EQ(result.get(), "POSIXErrorCode(rawValue: 98): Address already in use");
-}
-
-TEST_F(TCPRelayTest, start_throws_for_an_address_that_is_none) {
-    TCPRelay relay(*network, "en0", 0, "127.0.0.1", 1);
-    EXPECT_THROW(relay.start(), std::system_error);
-    EXPECT_THROW(relay.startBlocking(2s), std::system_error);
-}
-
-TEST_F(TCPRelayTest, blocking_start_times_out_and_stores_nothing_when_the_listener_does_not_get_ready) {
-    TCPRelay relay(*network, "127.0.0.1", 0, "127.0.0.1", 1);
-    const std::size_t before = test::openDescriptors();
-    {
-        const test::BlockedLoop blocked(network->contextFor(0));
-        try {
-            relay.startBlocking(50ms);
-            ADD_FAILURE() << "started";
-        } catch (const RelayBindError& error) {
-            EXPECT_EQ(printedError(error), "timedOut");
-        }
-    }
-    network->drain();
-    EXPECT_EQ(relay.boundPort(), 0);
-    EXPECT_EQ(test::openDescriptors(), before);
-}
-
-TEST_F(TCPRelayTest, reports_a_listener_that_fails_after_it_was_up) {
-    const auto relay = relayTo(1);
-    std::promise<std::string> reported;
-    relay->onError = [&reported](const std::exception_ptr& error) {
-        reported.set_value(printedError(error));
-    };
-    // What the system does to a listener is done here by hand: it is the only socket on that port.
-    for (int fd = 3; fd < 64; ++fd) {
-        int listening = 0;
-        socklen_t length = sizeof listening;
-        if (::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &length) == 0 && listening != 0) {
-            ASSERT_EQ(::shutdown(fd, SHUT_RDWR), 0);
-        }
-    }
-    auto result = reported.get_future();
-    ASSERT_EQ(result.wait_for(test::patience), std::future_status::ready);
-    EXPECT_EQ(result.get(), "POSIXErrorCode(rawValue: 22): Invalid argument");
-}
-
 TEST_F(TCPRelayTest, can_have_a_port_again_at_once_after_stop) {
     const PhoneService phone;
     auto first = relayTo(phone.port());
@@ -132,25 +67,6 @@ TEST_F(TCPRelayTest, can_have_a_port_again_at_once_after_stop) {
     second.stop();
     TCPRelay third(*network, "127.0.0.1", port, "127.0.0.1", phone.port());
     EXPECT_NO_THROW(third.startBlocking(2s));
-}
-
-TEST_F(TCPRelayTest, stop_is_harmless_before_a_start_and_twice) {
-    TCPRelay relay(*network, "127.0.0.1", 0, "127.0.0.1", 1);
-    relay.stop();
-    relay.stop();
-    network->drain();
-    EXPECT_EQ(relay.connectionCount(), 0U);
-}
-
-TEST_F(TCPRelayTest, a_start_that_is_stopped_before_it_happens_does_not_happen) {
-    TCPRelay relay(*network, "127.0.0.1", 0, "127.0.0.1", 1);
-    {
-        const test::BlockedLoop blocked(network->contextFor(0));
-        relay.start();
-        relay.stop();
-    }
-    network->drain();
-    EXPECT_EQ(relay.boundPort(), 0);
 }
 
 TEST_F(TCPRelayTest, stop_with_live_pairs_cancels_all_of_them_and_empties_the_list) {

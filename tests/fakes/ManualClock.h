@@ -9,7 +9,8 @@
 
 namespace quillbay::fakes {
 
-/// Time that stands still unless a test moves it. A sleep returns at once and is recorded; a hook sees each one first.
+/// Time that stands still unless a test moves it. A sleep returns at once and is recorded; a hook sees each
+/// one first.
 class ManualClock final : public Clock {
  public:
     [[nodiscard]] std::chrono::system_clock::time_point now() const override {

@@ -79,19 +79,24 @@ void ScriptedTools::script(const std::string& name, const std::string& body) con
 
 void ScriptedTools::setTunnelStates(const std::string& host, const std::vector<std::string>& states) const {
     std::string lines;
-    for (const std::string& state : states) lines += state + "\n";
+    for (const std::string& state : states)
+        lines += state + "\n";
     writeTo(folder_ / "xcrun-states", lines);
     writeTo(folder_ / "xcrun-host", host);
 }
 
-void ScriptedTools::failDeviceCtl() const { std::filesystem::remove(folder_ / "xcrun-host"); }
+void ScriptedTools::failDeviceCtl() const {
+    std::filesystem::remove(folder_ / "xcrun-host");
+}
 
 int ScriptedTools::deviceCtlRuns() const {
     const std::string runs = contentOf(folder_ / "xcrun-runs");
     return static_cast<int>(std::count(runs.begin(), runs.end(), '\n'));
 }
 
-void ScriptedTools::setProcessList(const std::string& text) const { writeTo(folder_ / "ps.txt", text); }
+void ScriptedTools::setProcessList(const std::string& text) const {
+    writeTo(folder_ / "ps.txt", text);
+}
 
 std::vector<std::vector<std::string>> ScriptedTools::registrations() const {
     std::vector<std::vector<std::string>> calls;
@@ -119,16 +124,24 @@ int ScriptedTools::countRunning(const std::string& prefix) const {
     return running;
 }
 
-int ScriptedTools::runningRegistrations() const { return countRunning("dns-sd-"); }
+int ScriptedTools::runningRegistrations() const {
+    return countRunning("dns-sd-");
+}
 
-void ScriptedTools::removeDNSSD() const { std::filesystem::remove(folder_ / "dns-sd"); }
+void ScriptedTools::removeDNSSD() const {
+    std::filesystem::remove(folder_ / "dns-sd");
+}
 
-void ScriptedTools::removeLogFollower() const { std::filesystem::remove(folder_ / "log"); }
+void ScriptedTools::removeLogFollower() const {
+    std::filesystem::remove(folder_ / "log");
+}
 
 void ScriptedTools::appendLogLine(const std::string& line) const {
     std::ofstream(folder_ / "system.log", std::ios::app) << line << "\n";
 }
 
-bool ScriptedTools::logIsFollowed() const { return countRunning("log-") > 0; }
+bool ScriptedTools::logIsFollowed() const {
+    return countRunning("log-") > 0;
+}
 
 }  // namespace quillbay::fakes

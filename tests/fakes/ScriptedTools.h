@@ -8,8 +8,9 @@
 
 namespace quillbay::fakes {
 
-/// Stand-ins for the host's tools: real programs (shell scripts) that say what a test tells them to and record how they
-/// were called. They are read anew at every launch, so a test can change its mind between two.
+/// Stand-ins for the host's tools: real programs (shell scripts) that say what a test tells them to and
+/// record how they were called. They are read anew at every launch, so a test can change its mind between
+/// two.
 class ScriptedTools {
  public:
     /// `folder` must exist and be the test's own.

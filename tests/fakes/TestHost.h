@@ -15,8 +15,8 @@
 
 namespace quillbay::fakes {
 
-/// A host for tests: real queues, sockets and children; time that stands still; files and tools in a folder of its own;
-/// loopback addresses that no other test uses.
+/// A host for tests: real queues, sockets and children; time that stands still; files and tools in a folder
+/// of its own; loopback addresses that no other test uses.
 struct TestHost {
     TemporaryFolder folder;
     ScriptedTools tools{folder.path() / "tools"};

@@ -78,7 +78,7 @@ def registration(host, name="iPhone", phone="far.local", txt=("ver=19",), port=4
     return Program(host, "-i", host.interface, "-P", name, TYPE, "local", str(port), phone, own, *txt)
 
 
-def registered(program, times=1, limit_seconds=5):
+def registered(program, times=1, limit_seconds=15):
     wait_until(lambda: program.output.count("Registered ") == times, limit_seconds,
                f"registered {times} time(s): {program.errors}")
 

@@ -4,6 +4,8 @@
 
 namespace quillbay {
 
-void setThreadName(const std::string& name) { pthread_setname_np(name.c_str()); }
+void setThreadName(const std::string& name) {
+    pthread_setname_np(name.c_str());
+}
 
 }  // namespace quillbay
