@@ -15,15 +15,23 @@ constexpr std::chrono::milliseconds bindTime{2000};
 
 template <typename Relay>
 std::unique_ptr<Relay> startRelay(NetworkThreads& network, const PairingRelayRequest& request,
-                                  std::uint16_t localPort, const char* transport) {
+                                  std::uint16_t localPort) {
     auto relay =
         std::make_unique<Relay>(network, request.localIP, localPort, request.remoteHost, request.remotePort);
-    if (request.onFailure)
-        relay->onError = [onFailure = request.onFailure, localPort, transport](std::exception_ptr error) {
-            onFailure(localPort, transport, std::move(error));
-        };
     relay->startBlocking(bindTime);
     return relay;
+}
+
+/// Only for relays that are kept: the failure of an attempt that was given up is no news.
+void reportFailures(PairingRelays& relays, const PairingRelayRequest& request) {
+    if (!request.onFailure) return;
+    const auto report = [&](const char* transport) {
+        return [onFailure = request.onFailure, port = relays.localPort, transport](std::exception_ptr error) {
+            onFailure(port, transport, std::move(error));
+        };
+    };
+    relays.tcp->onError = report("TCP");
+    relays.udp->onError = report("UDP");
 }
 
 }  // namespace
@@ -39,7 +47,7 @@ PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayReque
         const auto port = static_cast<std::uint16_t>(candidate);
         PairingRelays relays{port, nullptr, nullptr};
         try {
-            relays.tcp = startRelay<TCPRelay>(network, request, port, "TCP");
+            relays.tcp = startRelay<TCPRelay>(network, request, port);
         } catch (const std::exception& error) {
             lastError = std::current_exception();
             // That the phone's own port is taken here is common (the pairing daemon of this computer) and no
@@ -50,7 +58,7 @@ PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayReque
             continue;
         }
         try {
-            relays.udp = startRelay<UDPRelay>(network, request, port, "UDP");
+            relays.udp = startRelay<UDPRelay>(network, request, port);
         } catch (const std::exception& error) {
             lastError = std::current_exception();
             relays.tcp->stop();
@@ -63,6 +71,7 @@ PairingRelays bindPairingRelays(NetworkThreads& network, const PairingRelayReque
                 "local port {} was unavailable on this Mac — relaying the RemotePairing control channel "
                 "on {} instead.",
                 request.remotePort, port));
+        reportFailures(relays, request);
         return relays;
     }
     std::rethrow_exception(lastError);

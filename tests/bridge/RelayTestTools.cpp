@@ -215,6 +215,14 @@ std::uint16_t refusedPort() {
     return boundPort(bound.get());
 }
 
+bool isAsleep(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+    for (std::string word; status >> word;) {
+        if (word == "State:") return status >> word && word == "S";
+    }
+    return false;
+}
+
 int shutDownSockets(const std::function<bool(int fd)>& which) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/types.h>
 
 #include <chrono>
 #include <cstdint>
@@ -77,6 +78,9 @@ class PhoneService {
 
 /// A port of 127.0.0.1 that nobody listens on.
 std::uint16_t refusedPort();
+
+/// Whether a thread of this process waits for something.
+bool isAsleep(pid_t thread);
 
 /// Shuts down those of this process's own sockets that `which` picks, for receiving and sending, as an
 /// interface that goes away does. Returns how many there were.

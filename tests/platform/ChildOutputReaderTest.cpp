@@ -171,6 +171,7 @@ TEST_F(ChildOutputReaderTest, slows_a_flooding_child_down_while_the_handler_is_b
     release.set_value();
     EXPECT_TRUE(waitUntil([&] { return bytes > 1'000'000; }));
     reader.stop();
+    queue.sync([] {});  // one handler may still be running, and it uses what is above
     child.terminateAndWait();
 }
 
