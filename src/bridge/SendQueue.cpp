@@ -18,7 +18,7 @@ std::span<char> SendQueue::prepare(std::size_t limit) {
     auto& all = blocks();
     if (all.empty() || all.back()->end == all.back()->bytes.size()) {
         // Not value-initialised: the bytes are about to be written.
-        all.push_back(std::unique_ptr<Block>(new Block));
+        all.push_back(std::make_unique_for_overwrite<Block>());
     }
     Block& last = *all.back();
     return {last.bytes.data() + last.end, std::min(limit, last.bytes.size() - last.end)};
