@@ -16,7 +16,8 @@
 
 #include "platform/Sockets.h"
 
-extern char** environ;
+// Declared by POSIX, but not in every system's headers.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace quillbay::bench {
 
@@ -54,6 +55,7 @@ Child::Child(const std::vector<std::string>& command) {
     ::posix_spawn_file_actions_adddup2(&actions, in.read.get(), STDIN_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, out.write.get(), STDOUT_FILENO);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);

@@ -47,7 +47,7 @@ struct Range {
     std::vector<std::unique_ptr<UDPRelay>> udp;
 
     void open(NetworkThreads& network, std::uint16_t target, int first, int last) {
-        const auto count = static_cast<std::size_t>(last - first + 1);
+        const auto count = static_cast<std::size_t>(last) - static_cast<std::size_t>(first) + 1;
         tcp.reserve(count);
         udp.reserve(count);
         for (int number = first; number <= last; ++number) {
