@@ -16,8 +16,8 @@
 
 #include "platform/Sockets.h"
 
-// Declared by POSIX, but not in every system's headers.
-extern char** environ;  // NOLINT(readability-redundant-declaration)
+// Declared by POSIX, but in no header.
+extern char** environ;  // NOLINT(readability-redundant-declaration): some systems do declare it
 
 namespace quillbay::bench {
 

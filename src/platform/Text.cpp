@@ -128,7 +128,7 @@ UChar32 nextCharacter(std::string_view text, std::int64_t& position) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
     const auto length = static_cast<std::int64_t>(text.size());
     UChar32 character = 0;
-    U8_NEXT(bytes, position, length, character);  // NOLINT(bugprone-inc-dec-in-conditions): inside the macro
+    U8_NEXT(bytes, position, length, character);
     return character;
 }
 

@@ -1,3 +1,6 @@
+// Long, but one thing: every operation of the coordinator with its lines and statuses in order, on one
+// fixture.
+
 #include "core/AppCoordinator.h"
 
 #include <fmt/format.h>

@@ -1,5 +1,6 @@
 """The bundled dns-sd against real Avahi daemons: what a registration looks like from another host, what a zone dump
-prints, and how both take what goes wrong."""
+prints, and how both take what goes wrong. Long, but one thing: every case is one command line of the same program, on
+the same lab."""
 
 import contextlib
 import pathlib

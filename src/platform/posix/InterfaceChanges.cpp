@@ -20,8 +20,6 @@ void drain(int channel) {
     constexpr int mostMessages = 256;
     std::array<char, 64> cutOff{};  // a datagram's rest is dropped by the system
     for (int count = 0; count < mostMessages; ++count) {
-        // It never blocks, and what the caller "locked" is a weak pointer.
-        // NOLINTNEXTLINE(clang-analyzer-unix.BlockInCriticalSection)
         const ssize_t received = ::recv(channel, cutOff.data(), cutOff.size(), MSG_DONTWAIT);
         if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return;
     }
