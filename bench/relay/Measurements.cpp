@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "discovery/ZoneDump.h"
 #include "relay/Peers.h"
 #include "relay/Traffic.h"
 
@@ -110,6 +111,7 @@ const std::vector<Measurement>& allMeasurements() {
         {"bulk-1", [](int runs) { return bulk(runs, 1); }},
         {"bulk-8", [](int runs) { return bulk(runs, 8); }},
         {"round-trip", roundTrip},
+        {"zone-dump", zoneDump},
     };
     return all;
 }

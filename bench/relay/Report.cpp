@@ -16,14 +16,14 @@ double median(std::vector<double> values) {
 }
 
 void printTable(const std::vector<Row>& rows) {
-    fmt::print("{:<34} {:<8} {:>10} {:>21}  {}\n", "what", "who", "median", "spread", "relay / who");
+    fmt::print("{:<34} {:<8} {:>10} {:>21}  {}\n", "what", "who", "median", "spread", "own / who");
     for (const Row& row : rows) {
-        const auto own = row.values.find("relay");
+        const auto own = row.values.find(row.own);
         for (const auto& [who, values] : row.values) {
             const auto [low, high] = std::minmax_element(values.begin(), values.end());
             const double middle = median(values);
             std::string ratio;
-            if (own != row.values.end() && who != "relay" && middle != 0) {
+            if (own != row.values.end() && who != row.own && middle != 0) {
                 ratio = fmt::format("{:.2f}", median(own->second) / middle);
             }
             fmt::print("{:<34} {:<8} {:>10.2f} {:>10.2f}–{:<10.2f}  {}\n", row.name + " [" + row.unit + "]",
@@ -37,7 +37,7 @@ void printVerdicts(const std::vector<Row>& rows) {
         if (!row.wanted) continue;
         const Wanted& wanted = *row.wanted;
         const double limit = wanted.bound * (wanted.peer.empty() ? 1 : median(row.values.at(wanted.peer)));
-        const double own = median(row.values.at("relay"));
+        const double own = median(row.values.at(row.own));
         const bool atMost = wanted.direction == Wanted::Direction::atMost;
         const bool met = atMost ? own <= limit : own >= limit;
         fmt::print("{:<12} {}: wanted {} {:g}{}, is {:.2f} {}\n", met ? "met" : "FALLS SHORT", row.name,

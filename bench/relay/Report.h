@@ -16,21 +16,23 @@ struct Wanted {
     std::string peer;
 };
 
-/// One measured quantity: the relay's figures and those of its peers from the same alternated runs.
+/// One measured quantity: this system's own figures and those of its peers from the same alternated runs.
 struct Row {
     std::string name;
     std::string unit;
-    /// By who: "relay", "haproxy", "direct", "bare". One value per run.
+    /// By who: `own`, "haproxy", "direct", "bare". One value per run.
     std::map<std::string, std::vector<double>> values;
     std::optional<Wanted> wanted = std::nullopt;
+    /// Which of them is this system.
+    std::string own = "relay";
 };
 
 double median(std::vector<double> values);
 
-/// Medians, spread (lowest to highest) and the ratio of the relay to each peer.
+/// Medians, spread (lowest to highest) and the ratio of this system to each peer.
 void printTable(const std::vector<Row>& rows);
 
-/// One line for each row with a wanted figure: whether the relay's median has it.
+/// One line for each row with a wanted figure: whether this system's median has it.
 void printVerdicts(const std::vector<Row>& rows);
 void writeJSON(const std::vector<Row>& rows, const std::string& file);
 

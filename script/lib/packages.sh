@@ -7,12 +7,14 @@ packages_of() {
     case "$1" in
         build)
             printf '%s\n' build-essential cmake ninja-build pkg-config libboost1.81-dev nlohmann-json3-dev libicu-dev \
-                libre2-dev libfmt-dev libavahi-client-dev libgtest-dev libgmock-dev
+                libre2-dev libfmt-dev libcurl4-openssl-dev ca-certificates libavahi-client-dev libsystemd-dev libgtest-dev \
+                libgmock-dev
             ;;
-        # What the unit and component tests start (ip, ps, zip), and what reads their reports.
-        test) printf '%s\n' iproute2 procps python3 zip ;;
+        # What the unit and component tests start (a D-Bus daemon, ip, openssl, ps, zip), and what reads their reports.
+        test) printf '%s\n' dbus iproute2 openssl procps python3 zip ;;
         lab)
-            printf '%s\n' avahi-daemon avahi-utils dbus iproute2 procps python3 python3-pytest zip systemd util-linux
+            printf '%s\n' avahi-daemon avahi-utils dbus iproute2 procps python3 python3-pytest \
+                python3-pytest-xdist systemd util-linux zip
             ;;
         check)
             printf '%s\n' clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev llvm-19 npm nodejs file git \

@@ -9,7 +9,7 @@ import re
 import sys
 
 # From the bottom up: a folder may include from itself and from those before it.
-LAYERS = ["platform", "providers", "profile", "discovery", "bridge", "update", "core"]
+LAYERS = ["platform", "providers", "profile", "discovery", "bridge", "update", "core", "control"]
 TOPS = ["agent", "ui", "ctl", "dns-sd"]
 SYSTEM = re.compile(r"^\s*#\s*(if|ifdef|ifndef|elif|elifdef|elifndef)\b.*(__linux__|__linux\b|__APPLE__|_WIN32|TARGET_OS_)")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')

@@ -10,12 +10,18 @@
 #include <memory>
 #include <string>
 
+#include "control/ControlServer.h"
 #include "core/AppCoordinator.h"
 #include "core/Version.h"
 #include "platform/AsioMainQueue.h"
 #include "platform/DescriptorLimit.h"
 #include "platform/DescriptorTable.h"
+#include "platform/InstanceLock.h"
+#include "platform/Observers.h"
 #include "platform/PrintedError.h"
+#include "platform/RuntimeFolder.h"
+#include "update/UpdateChecker.h"
+#include "update/UpdateNotice.h"
 
 namespace {
 
@@ -27,10 +33,11 @@ void printLine(const std::string& line) {
     std::fflush(stdout);
 }
 
-int usage() {
-    std::fputs("usage: quillbay-agent [--version]\n", stderr);
-    return 2;
-}
+constexpr const char* usageText =
+    "usage: quillbay-agent [--help | --version]\n"
+    "\n"
+    "Runs the bridges that were left switched on and prints what happens, until it is ended by SIGTERM or\n"
+    "Ctrl-C. quillbayctl tells it what to do meanwhile.\n";
 
 /// Runs the coordinator until a signal ends it. Whatever it started has ended when this returns.
 void runCoordinator(AsioMainQueue& mainQueue, NetworkThreads& network) {
@@ -43,21 +50,32 @@ void runCoordinator(AsioMainQueue& mainQueue, NetworkThreads& network) {
     SystemClock clock;
     SystemRandomSource random;
     BackgroundWork background;
-    const Host host{mainQueue,
-                    network,
-                    background,
-                    clock,
-                    random,
-                    FileLocations::system(),
-                    HostTools::system(programDirectory())};
+    Host host{mainQueue,
+              network,
+              background,
+              clock,
+              random,
+              FileLocations::system(),
+              HostTools::system(programDirectory())};
+    const std::unique_ptr<DesktopServices> desktop =
+        DesktopServices::system(mainQueue, background, host.tools);
+    host.desktop = desktop.get();
 
     const std::shared_ptr<AppCoordinator> coordinator = AppCoordinator::make(host);
-    coordinator->logs().onUserLine = printLine;
+    const Subscription printing = coordinator->logs().userLineAdded.add(printLine);
+    const ControlServer control(host, *coordinator);
     mainQueue.post([&coordinator] { coordinator->restorePersistedBridges(); });
+
+    const std::shared_ptr<UpdateChecker> updates = UpdateChecker::make(host, applicationVersion());
+    const UpdateNotice noticing(updates, printLine);
+    mainQueue.post([&updates] { updates->start(); });
     mainQueue.run();
 }
 
 int run() {
+    // Before anything else: a coordinator's first act is to end what an earlier run has left behind, and that
+    // must not be what another one is using.
+    const InstanceLock onlyOne = InstanceLock::take(prepareRuntimeFolder(runtimeDirectory()));
     raiseDescriptorLimit();
     // Room for the full range of one phone: while there is a single thread it costs nothing.
     constexpr std::size_t descriptorsOfABridge = 8192;
@@ -81,7 +99,14 @@ int main(int argc, char** argv) {
         printLine(std::string("quillbay-agent ") + applicationVersion());
         return 0;
     }
-    if (argc != 1) return usage();
+    if (argc == 2 && (std::string(argv[1]) == "--help" || std::string(argv[1]) == "-h")) {
+        std::fputs(usageText, stdout);
+        return 0;
+    }
+    if (argc != 1) {
+        std::fputs(usageText, stderr);
+        return 2;
+    }
     try {
         return run();
     } catch (const std::exception& error) {

@@ -78,29 +78,45 @@ bool awaitAnswer(const std::vector<UniqueDescriptor>& sockets, int stopPipe, std
     }
 }
 
-}  // namespace
+std::uint16_t newTransactionID(RandomSource& random) {
+    return static_cast<std::uint16_t>(random.uniform(1, 65535));
+}
 
-bool LocalHostPresenceCheck::isHostCurrentlyPresent(const std::string& host,
-                                                    std::chrono::milliseconds timeout, RandomSource& random,
-                                                    const StopToken& token) {
-    const auto transactionID = static_cast<std::uint16_t>(random.uniform(1, 65535));
-    const auto query = makeMulticastQuery(host, transactionID);
-    if (!query) return true;
-
+/// Sends the query, when there is one, and waits for who answers.
+PresenceAnswer ask(const std::optional<std::vector<std::uint8_t>>& query, std::uint16_t transactionID,
+                   std::chrono::milliseconds timeout, const StopToken& token) {
+    if (!query) return PresenceAnswer::couldNotAsk;
     std::optional<StopPipe> stopPipe;
     try {
         stopPipe.emplace(token);
     } catch (const std::system_error&) {
         // Out of descriptors: nobody can be asked.
-        return true;
+        return PresenceAnswer::couldNotAsk;
     }
     std::vector<UniqueDescriptor> sockets;
     for (const in_addr& address : multicastIPv4Addresses()) {
         UniqueDescriptor socket = sendQuery(address, *query);
         if (socket.valid()) sockets.push_back(std::move(socket));
     }
-    if (sockets.empty()) return true;
-    return awaitAnswer(sockets, stopPipe->descriptor(), transactionID, timeout);
+    if (sockets.empty()) return PresenceAnswer::couldNotAsk;
+    const bool answered = awaitAnswer(sockets, stopPipe->descriptor(), transactionID, timeout);
+    return answered ? PresenceAnswer::answered : PresenceAnswer::silent;
+}
+
+}  // namespace
+
+bool LocalHostPresenceCheck::isHostCurrentlyPresent(const std::string& host,
+                                                    std::chrono::milliseconds timeout, RandomSource& random,
+                                                    const StopToken& token) {
+    const std::uint16_t transactionID = newTransactionID(random);
+    const auto query = makeMulticastQuery(host, transactionID);
+    return quillbay::ask(query, transactionID, timeout, token) != PresenceAnswer::silent;
+}
+
+PresenceAnswer LocalHostPresenceCheck::ask(const std::string& name, std::chrono::milliseconds timeout,
+                                           RandomSource& random, const StopToken& token) {
+    const std::uint16_t transactionID = newTransactionID(random);
+    return quillbay::ask(makeMulticastQueryAsGiven(name, transactionID), transactionID, timeout, token);
 }
 
 }  // namespace quillbay

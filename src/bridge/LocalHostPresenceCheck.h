@@ -8,6 +8,15 @@
 
 namespace quillbay {
 
+/// What came of asking the local network.
+enum class PresenceAnswer {
+    answered,
+    /// Nobody answered in time, or the question was abandoned.
+    silent,
+    /// The name cannot be asked for, or this computer could not ask.
+    couldNotAsk,
+};
+
 /// Asks whether a Bonjour host name answers on the local network right now, by one multicast DNS query (RFC
 /// 6762) on every suitable interface. Keeps no state.
 namespace LocalHostPresenceCheck {
@@ -17,6 +26,11 @@ namespace LocalHostPresenceCheck {
 /// interface, and when nothing could be sent.
 bool isHostCurrentlyPresent(const std::string& host, std::chrono::milliseconds timeout, RandomSource& random,
                             const StopToken& token);
+
+/// The same question with its answer untouched. `name` may be any DNS name, the full one of a service
+/// instance too. Blocks as `isHostCurrentlyPresent`.
+PresenceAnswer ask(const std::string& name, std::chrono::milliseconds timeout, RandomSource& random,
+                   const StopToken& token);
 
 }  // namespace LocalHostPresenceCheck
 

@@ -39,11 +39,15 @@ bool appendName(std::vector<std::uint8_t>& bytes, std::string_view name) {
 
 std::optional<std::vector<std::uint8_t>> makeMulticastQuery(const std::string& host,
                                                             std::uint16_t transactionID) {
+    return makeMulticastQueryAsGiven(lowercased(host), transactionID);
+}
+
+std::optional<std::vector<std::uint8_t>> makeMulticastQueryAsGiven(std::string_view name,
+                                                                   std::uint16_t transactionID) {
     constexpr std::uint16_t anyType = 0x00FF;
     constexpr std::uint16_t internetClassUnicastResponse = 0x8001;
 
-    std::string name = lowercased(host);
-    if (name.ends_with('.')) name.pop_back();
+    if (name.ends_with('.')) name.remove_suffix(1);
     if (name.empty()) return std::nullopt;
 
     std::vector<std::uint8_t> query;

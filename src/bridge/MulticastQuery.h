@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quillbay {
@@ -26,6 +27,11 @@ namespace quillbay {
 /// an empty one, or one with a label of more than 63 bytes.
 std::optional<std::vector<std::uint8_t>> makeMulticastQuery(const std::string& host,
                                                             std::uint16_t transactionID);
+
+/// The same for any name, letter for letter: whoever answers takes only ASCII letters for the same in both
+/// cases (RFC 6762, section 16), and the name of a service instance may hold others.
+std::optional<std::vector<std::uint8_t>> makeMulticastQueryAsGiven(std::string_view name,
+                                                                   std::uint16_t transactionID);
 
 /// True for a response with this transaction ID that holds at least one answer record. Nothing behind the
 /// header is looked at.

@@ -93,7 +93,7 @@ void ProxyBridge::closeWhatIsUp() {
     // The watcher's queue may just be calling it: it is stopped before its callback goes.
     tunnelPortWatcher_.stop();
     tunnelPortWatcher_.onPort = nullptr;
-    dnsProxy_.stop();
+    withdrawProxy();
 }
 
 void ProxyBridge::runInBackground(bool scanIfPortStale, const std::string& localIP) {
@@ -207,8 +207,16 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
 }
 
 void ProxyBridge::registerProxy(const std::string& localIP, std::uint16_t port) {
+    // Before the record is out: from then on this computer may see it as anybody's.
+    proxyHostTold_ = true;
+    if (onProxyHostChanged) onProxyHostChanged(profile_.bonjourHost);
     dnsProxy_.start({profile_.bonjourName, profile_.serviceType, port, profile_.bonjourHost, localIP,
                      host_.interfaceName(), profile_.txtRecord});
+}
+
+void ProxyBridge::withdrawProxy() {
+    dnsProxy_.stop();
+    if (std::exchange(proxyHostTold_, false) && onProxyHostChanged) onProxyHostChanged(std::nullopt);
 }
 
 void ProxyBridge::openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
@@ -277,10 +285,16 @@ void ProxyBridge::discoverDevicePort(std::function<void(RemotePairingScanReport)
                                       &mainQueue = host_.mainQueue,
                                       weak = weak_from_this()](const StopToken& token) mutable {
         RemotePairingScanReport report = probe.scanForControlChannel(scan, token);
-        mainQueue.post([weak, completion, report = std::move(report)] {
-            if (weak.lock()) completion(report);
+        mainQueue.post([weak, token, completion, report = std::move(report)] {
+            if (weak.lock() && !token.stopRequested()) completion(report);
         });
     });
+}
+
+void ProxyBridge::cancelDiscovery() {
+    // Not by the epoch: the scan of a start goes by that too, and goes on.
+    if (scanWork_) scanWork_->requestStop();
+    scanWork_.reset();
 }
 
 void ProxyBridge::setState(ProxyBridgeState state) {

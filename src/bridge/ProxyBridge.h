@@ -47,6 +47,9 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     std::function<void(ProxyBridgeState)> onStateChanged;
     std::function<void(std::uint16_t)> onDiscoveredPort;
     std::function<void(const std::string&)> onLog;
+    /// Told the phone's host name just before this computer announces it, and nothing as soon as it no longer
+    /// does, within the call or the destructor that ends it. So whoever listens must not touch the bridge.
+    std::function<void(const std::optional<std::string>& host)> onProxyHostChanged;
 
     /// Starts or restarts. When the profile's port does not answer, scans for the current one if
     /// `scanIfPortStale`, and fails otherwise. Every failure ends in the state `error`.
@@ -57,10 +60,13 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
 
     /// Scans for the phone's port at the user's request, without touching the bridge otherwise; a scan that
     /// runs already ends early. `onProgress` (may be empty) is told every port probed, on a network thread;
-    /// `completion` gets the report on the main queue, unless the bridge is gone by then. Throws
-    /// std::system_error when the system has no thread to give.
+    /// `completion` gets the report on the main queue, unless the scan was cancelled or the bridge was
+    /// stopped or is gone by then. Throws std::system_error when the system has no thread to give.
     void discoverDevicePort(std::function<void(RemotePairingScanReport)> completion,
                             std::function<void(std::uint16_t)> onProgress = {});
+
+    /// Ends the user's scan at once; its completion is not called.
+    void cancelDiscovery();
 
     [[nodiscard]] const ProxyBridgeState& state() const { return state_; }
     [[nodiscard]] const DeviceProfile& profile() const { return profile_; }
@@ -96,6 +102,7 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     void runInBackground(bool scanIfPortStale, const std::string& localIP);
     void performStart(const std::string& localIP, std::uint16_t devicePort, const std::string& remoteHost);
     void registerProxy(const std::string& localIP, std::uint16_t port);
+    void withdrawProxy();
     void openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
                     const std::shared_ptr<const MainSteps>& steps);
     void watchTunnelPorts(const std::string& localIP);
@@ -120,6 +127,7 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     std::vector<std::unique_ptr<TCPRelay>> relays_;
     std::vector<std::unique_ptr<UDPRelay>> udpRelays_;
     PortSet coveredPorts_;
+    bool proxyHostTold_ = false;
     ProxyBridgeState state_;
     std::shared_ptr<Epochs> epochs_ = std::make_shared<Epochs>();
     std::optional<StopSource> startWork_;

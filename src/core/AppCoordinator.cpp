@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "core/UserFacingConnectionError.h"
@@ -12,9 +11,12 @@
 
 namespace quillbay {
 
-std::shared_ptr<AppCoordinator> AppCoordinator::make(const Host& host, PresenceCheck presenceCheck) {
-    std::shared_ptr<AppCoordinator> coordinator(new AppCoordinator(host, std::move(presenceCheck)));
-    coordinator->beginWatching();
+std::shared_ptr<AppCoordinator> AppCoordinator::make(const Host& host, NetworkQuestions questions) {
+    ServiceQuestion serviceQuestion = std::move(questions.serviceQuestion);
+    std::shared_ptr<AppCoordinator> coordinator(new AppCoordinator(host, std::move(questions.presenceCheck)));
+    coordinator->askForServices(std::move(serviceQuestion));
+    coordinator->receiveCapture();
+    coordinator->watchAddress();
     return coordinator;
 }
 
@@ -22,20 +24,27 @@ AppCoordinator::AppCoordinator(const Host& host, PresenceCheck presenceCheck)
     : host_(host),
       presenceCheck_(std::move(presenceCheck)),
       logs_(host.files, host.clock),
+      settings_(host.files),
+      bonjourCapture_(host),
       profileStore_(host.files, applicationFolder),
       interfaceMonitor_(host),
+      deviceCtlLister_(host.tools, host.files, host.random),
       profiles_(profileStore_.load()) {
     for (const MeshVPNProviderType& type : MeshVPNProviderRegistry::all())
-        providersByID_.emplace(type.id, type.makeProvider());
+        providersByID_.emplace(type.id, makeProvider(type));
     refreshInstalledProviders();
     logs_.diagnostic(std::string("Quillbay started — version ") + applicationVersion());
     DNSServiceProxy::killAllOrphanedProxyProcesses(
         host_.tools, [this](const std::string& line) { logs_.diagnostic(line); });
 }
 
-AppCoordinator::~AppCoordinator() = default;
+AppCoordinator::~AppCoordinator() {
+    if (namesRefresh_.work) namesRefresh_.work->requestStop();
+    for (const auto& [id, refresh] : refreshByProviderID_)
+        if (refresh.work) refresh.work->requestStop();
+}
 
-void AppCoordinator::beginWatching() {
+void AppCoordinator::watchAddress() {
     interfaceMonitor_.onChange = [weak = weak_from_this(),
                                   &mainQueue = host_.mainQueue](const std::optional<std::string>& address) {
         mainQueue.post([weak, address] {
@@ -52,20 +61,14 @@ void AppCoordinator::beginWatching() {
 void AppCoordinator::handleAddressChange(const std::optional<std::string>& address) {
     logs_.diagnostic(host_.interfaceName() + " IP changed: " + address.value_or("none") +
                      " — restarting bridges");
-    for (const auto& [id, bridge] : bridgesByProfileID_)
+    for (const auto& [id, bridge] : bridgesByProfileID_) {
+        cancelScansOf(*bridge);
         bridge->start(false);
+    }
 }
 
 std::optional<std::string> AppCoordinator::localIP() const {
     return host_.ipv4Address(host_.interfaceName());
-}
-
-void AppCoordinator::refreshInstalledProviders() {
-    installedProviders_.clear();
-    for (const MeshVPNProviderType& type : MeshVPNProviderRegistry::all()) {
-        const std::shared_ptr<MeshVPNProvider>& provider = providersByID_.at(type.id);
-        if (provider->isInstalled()) installedProviders_.push_back(provider);
-    }
 }
 
 void AppCoordinator::restorePersistedBridges() {
@@ -96,11 +99,15 @@ void AppCoordinator::startBridge(DeviceProfile profile, bool scanIfPortStale) {
         fmt::format("Starting bridge for \"{}\": provider={} ip={} port={} scanIfPortStale={} localIP={}",
                     profile.displayName, profile.providerDisplayName(), profile.providerIP,
                     profile.remotePairingPort, scanIfPortStale, localIP().value_or("none")));
-    const auto bridge = ProxyBridge::make(
-        host_, profile, [&host = host_] { return host.ipv4Address(host.interfaceName()); }, presenceCheck_);
+    const auto bridge = makeBridge(profile);
     attach(*bridge, profile);
     bridgesByProfileID_[id] = bridge;
     bridge->start(scanIfPortStale);
+}
+
+std::shared_ptr<ProxyBridge> AppCoordinator::makeBridge(const DeviceProfile& profile) const {
+    return ProxyBridge::make(
+        host_, profile, [&host = host_] { return host.ipv4Address(host.interfaceName()); }, presenceCheck_);
 }
 
 void AppCoordinator::attach(ProxyBridge& bridge, const DeviceProfile& profile) {
@@ -123,6 +130,13 @@ void AppCoordinator::attach(ProxyBridge& bridge, const DeviceProfile& profile) {
     };
     bridge.onLog = [onMain](const std::string& line) {
         onMain([line](AppCoordinator& coordinator) { coordinator.logs_.diagnostic(line); });
+    };
+    bridge.onProxyHostChanged = [hosts = proxyHosts_,
+                                 id = profile.id()](const std::optional<std::string>& host) {
+        if (host)
+            hosts->insert(id, *host);
+        else
+            hosts->remove(id);
     };
 }
 
@@ -159,6 +173,7 @@ void AppCoordinator::teardownBridge(const std::string& profileID, CloseAnnouncem
     const bool registered = bridge != bridgesByProfileID_.end();
     const bool wasRunning = registered || status(profileID).kind != BridgeStatus::Kind::off;
     if (registered) {
+        cancelScansOf(*bridge->second);
         bridge->second->stop();
         bridgesByProfileID_.erase(bridge);
     }
@@ -170,54 +185,12 @@ void AppCoordinator::teardownBridge(const std::string& profileID, CloseAnnouncem
     if (announceClose && wasRunning) logs_.user("Bridge is closed \"" + *displayName + "\"");
 }
 
-void AppCoordinator::setBridgeEnabled(bool enabled, const std::string& profileID) {
-    const DeviceProfile* stored = storedProfile(profileID);
-    if (stored == nullptr) return;
-    // Absent counts as off, and stays absent until the bridge is switched on.
-    if (stored->bridgeEnabled.value_or(false) == enabled) return;
-    DeviceProfile changed = *stored;
-    changed.bridgeEnabled = enabled;
-    saveProfile(changed, SaveAnnouncement::silent);
-}
-
-void AppCoordinator::updateRemotePairingPort(std::uint16_t port, const std::string& profileID) {
-    const DeviceProfile* stored = storedProfile(profileID);
-    if (stored == nullptr || stored->remotePairingPort == port) return;
-    logs_.diagnostic(fmt::format("{}: RemotePairing port updated {} → {}", stored->displayName,
-                                 stored->remotePairingPort, port));
-    DeviceProfile changed = *stored;
-    changed.remotePairingPort = port;
-    saveProfile(changed, SaveAnnouncement::announced);
-}
-
-void AppCoordinator::saveProfile(DeviceProfile profile, SaveAnnouncement announcement) {
-    const std::string id = profile.id();
-    const bool isNew = storedProfile(id) == nullptr;
-    const bool announce = announcement == SaveAnnouncement::announced;
-    const std::string what = isNew ? "added" : "updated";
-    profileStore_.upsert(profile);
-    profiles_ = profileStore_.load();
-    logs_.diagnostic(fmt::format(
-        "Profile {}: \"{}\" id={} host={} provider={} ip={} port={} range={}-{} bridgeEnabled={}",
-        announce ? what : "persisted", profile.displayName, id, profile.bonjourHost,
-        profile.providerDisplayName(), profile.providerIP, profile.remotePairingPort,
-        profile.tunnelPortRangeStart, profile.tunnelPortRangeEnd, profile.bridgeEnabled.value_or(false)));
-    if (announce) logs_.user("Device \"" + profile.displayName + "\" " + what + ".");
-}
-
-void AppCoordinator::deleteProfile(DeviceProfile profile) {
-    const std::string id = profile.id();
-    teardownBridge(id, CloseAnnouncement::announced, profile.displayName);
-    setBridgeEnabled(false, profile.id());
-    profileStore_.remove(id);
-    profiles_ = profileStore_.load();
-    logs_.diagnostic("Profile removed: \"" + profile.displayName + "\" id=" + id);
-}
-
 void AppCoordinator::setStatus(const std::string& profileID, BridgeStatus status) {
     BridgeStatus& entry = statusByProfileID_[profileID];
     entry = std::move(status);
-    if (onStatusChanged) onStatusChanged(profileID, entry);
+    // A copy: an observer may change the map.
+    statusChanged.notify(profileID, BridgeStatus(entry));
+    published.notify(Published::statuses);
 }
 
 BridgeStatus AppCoordinator::status(const std::string& profileID) const {
@@ -230,12 +203,6 @@ BridgeStatus AppCoordinator::overallStatus() const {
         for (const auto& [id, status] : statusByProfileID_)
             if (status.kind == kind) return status;
     return BridgeStatus::off();
-}
-
-const DeviceProfile* AppCoordinator::storedProfile(const std::string& profileID) const {
-    const auto found = std::find_if(profiles_.begin(), profiles_.end(),
-                                    [&](const DeviceProfile& profile) { return profile.id() == profileID; });
-    return found == profiles_.end() ? nullptr : &*found;
 }
 
 }  // namespace quillbay

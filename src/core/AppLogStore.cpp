@@ -53,10 +53,10 @@ void AppLogStore::loadExistingFileIntoMemory() {
 
 void AppLogStore::user(std::string_view text) {
     std::string line = wellFormedUtf8(text);
-    if (onUserLinesWillChange) onUserLinesWillChange();
+    userLinesWillChange.notify();
     userLines_.push_back(line);
     keepNewest(userLines_, maxUserLines);
-    if (onUserLine) onUserLine(line);
+    userLineAdded.notify(line);
     diagnostic("USER  " + line);
 }
 
@@ -67,7 +67,7 @@ void AppLogStore::diagnostic(std::string_view text) {
     diagnosticLines_.push_back(entry);
     keepNewest(diagnosticLines_, maxDiagnosticLines);
     writer_.submit(entry, timestampLength);
-    if (onDiagnosticLine) onDiagnosticLine(entry);
+    diagnosticLineAdded.notify(entry);
 }
 
 bool AppLogStore::flush(std::chrono::milliseconds limit) {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <deque>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -12,6 +11,7 @@
 #include "core/LogWriter.h"
 #include "platform/Clock.h"
 #include "platform/FileLocations.h"
+#include "platform/Observers.h"
 
 namespace quillbay {
 
@@ -39,10 +39,11 @@ class AppLogStore {
     /// Oldest first, as in the file.
     [[nodiscard]] const std::deque<std::string>& diagnosticLines() const { return diagnosticLines_; }
 
-    /// Called just before `userLines` changes, and with every line just after it was recorded; may be empty.
-    std::function<void()> onUserLinesWillChange;
-    std::function<void(const std::string& line)> onUserLine;
-    std::function<void(const std::string& line)> onDiagnosticLine;
+    /// Told just before `userLines` changes.
+    Observers<> userLinesWillChange;
+    /// Told every line just after it was recorded.
+    Observers<std::string> userLineAdded;
+    Observers<std::string> diagnosticLineAdded;
 
     [[nodiscard]] const std::filesystem::path& fileURL() const { return fileURL_; }
 

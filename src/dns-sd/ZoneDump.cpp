@@ -71,6 +71,8 @@ struct ZoneDump::Instance {
             records.add(interface, protocol, bytes);
         } else {
             records.remove(interface, protocol, bytes);
+            // What has gone altogether is news when it comes back, even if it is as it was.
+            if (records.current() == nullptr) instance.printed.clear();
         }
         instance.dump.print(instance);
     }

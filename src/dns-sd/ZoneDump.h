@@ -19,8 +19,8 @@ namespace quillbay::dnssd {
 ///
 /// Each instance is browsed for on its own: its SRV and TXT records are read as they were on the wire,
 /// because what the daemon's resolver hands on has its strings in another order. An instance is printed once
-/// both are known, and again whenever the newest of either differs from what was printed; the number of
-/// interfaces that show it makes no difference.
+/// both are known, and again whenever the newest of either differs from what was printed or comes back after
+/// it had gone; the number of interfaces that show it makes no difference.
 class ZoneDump {
  public:
     explicit ZoneDump(DumpCommand command);

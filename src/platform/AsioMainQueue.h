@@ -5,6 +5,7 @@
 #include <boost/asio/io_context.hpp>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <thread>
 
 #include "platform/MainQueue.h"
@@ -17,6 +18,7 @@ class AsioMainQueue final : public MainQueue {
     AsioMainQueue();
 
     void post(Task task) override;
+    [[nodiscard]] std::unique_ptr<MainTimer> after(std::chrono::milliseconds delay, Task task) override;
     [[nodiscard]] bool isCurrent() const override;
 
     /// Runs tasks on the calling thread until `stop`. Tasks that are still queued then never run.

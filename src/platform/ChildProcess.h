@@ -34,6 +34,8 @@ struct ChildCommand {
     Output standardError = Output::null;
     /// Changes of this program's own environment: a variable's new value, or nothing to remove it.
     std::map<std::string, std::optional<std::string>> environment = {};
+    /// The permissions that files which it makes shall lack (umask(2)); nothing: as this program's own.
+    std::optional<mode_t> creationMask = std::nullopt;
 };
 
 /// A running child process, and its status after its end.

@@ -6,6 +6,7 @@
 
 #include "platform/BackgroundWork.h"
 #include "platform/Clock.h"
+#include "platform/DesktopServices.h"
 #include "platform/FileLocations.h"
 #include "platform/HostTools.h"
 #include "platform/MainQueue.h"
@@ -27,6 +28,8 @@ struct Host {
     HostTools tools;
     std::function<std::string()> interfaceName = localInterfaceName;
     std::function<std::optional<std::string>(const std::string& interface)> ipv4Address = currentIPv4Address;
+    /// Nothing where there is no desktop to reach.
+    DesktopServices* desktop = nullptr;
 };
 
 }  // namespace quillbay

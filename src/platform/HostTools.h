@@ -30,6 +30,11 @@ struct HostTools {
     Tool ps;
     /// Packs files with `-q -j ARCHIVE FILE…`.
     Tool zip;
+    /// Opens an address, or a folder, with the program that the user has chosen for it.
+    Tool opener;
+    /// Opens a mail with `--utf8 --subject TEXT --body TEXT [--attach FILE] ADDRESS`; without an executable
+    /// where there is no such tool.
+    Tool mailComposer;
 
     /// The host's own tools. `programDirectory` is the folder of the running program, beside which the
     /// bundled helpers are found.

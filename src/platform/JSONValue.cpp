@@ -100,6 +100,9 @@ JSONValue::JSONValue(JSONValue&& other) noexcept = default;
 JSONValue& JSONValue::operator=(JSONValue&& other) noexcept = default;
 
 JSONValue JSONValue::parse(std::string_view text, const JSONLimits& limits) {
+    // The parser takes a zero byte for the end of the text, and would not look at what follows.
+    if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos)
+        throw JSONError(fmt::format("the text is not valid JSON (at byte {})", zero + 1));
     JSONBuilder builder(limits);
     nlohmann::json::sax_parse(text, &builder);
     return builder.takeRoot();

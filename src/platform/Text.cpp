@@ -132,6 +132,22 @@ UChar32 nextCharacter(std::string_view text, std::int64_t& position) {
     return character;
 }
 
+/// `text` without what `drops` says at both ends.
+std::string trimmedOf(std::string_view text, bool (*drops)(UChar32 character)) {
+    std::string storage;
+    const std::string_view valid = repaired(text, storage);
+    std::size_t first = valid.size();
+    std::size_t end = valid.size();
+    std::int64_t position = 0;
+    while (static_cast<std::size_t>(position) < valid.size()) {
+        const auto start = static_cast<std::size_t>(position);
+        if (drops(nextCharacter(valid, position))) continue;
+        if (first == valid.size()) first = start;
+        end = static_cast<std::size_t>(position);
+    }
+    return std::string(valid.substr(first, end - first));
+}
+
 }  // namespace
 
 std::string lowercased(std::string_view text) {
@@ -163,18 +179,11 @@ std::string lastCharacters(std::string_view text, std::size_t count) {
 
 std::string trimmed(std::string_view text) {
     // The Unicode property White_Space is exactly the documented set.
-    std::string storage;
-    const std::string_view valid = repaired(text, storage);
-    std::size_t first = valid.size();
-    std::size_t end = valid.size();
-    std::int64_t position = 0;
-    while (static_cast<std::size_t>(position) < valid.size()) {
-        const auto start = static_cast<std::size_t>(position);
-        if (u_isUWhiteSpace(nextCharacter(valid, position))) continue;
-        if (first == valid.size()) first = start;
-        end = static_cast<std::size_t>(position);
-    }
-    return std::string(valid.substr(first, end - first));
+    return trimmedOf(text, [](UChar32 character) { return u_isUWhiteSpace(character) != 0; });
+}
+
+std::string trimmedBlanks(std::string_view text) {
+    return trimmedOf(text, [](UChar32 character) { return u_isblank(character) != 0; });
 }
 
 }  // namespace quillbay

@@ -23,4 +23,8 @@ std::string lastCharacters(std::string_view text, std::size_t count);
 /// tab, U+000A to U+000D and U+0085).
 std::string trimmed(std::string_view text);
 
+/// `text` without the blanks at both ends (Unicode's general category Zs and the horizontal tab); line breaks
+/// stay.
+std::string trimmedBlanks(std::string_view text);
+
 }  // namespace quillbay

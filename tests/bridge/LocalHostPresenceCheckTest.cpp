@@ -1,5 +1,6 @@
 #include "bridge/LocalHostPresenceCheck.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -8,6 +9,9 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <mutex>
+#include <span>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -22,6 +26,7 @@ using fakes::inNetworkNamespace;
 using fakes::makeInterface;
 using fakes::shell;
 using std::chrono::milliseconds;
+using ::testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
 /// What a responder sends for a query, one datagram each.
@@ -32,6 +37,16 @@ std::vector<Bytes> noAnswer(std::uint8_t, std::uint8_t) {
 }
 Bytes header(std::uint8_t high, std::uint8_t low, std::uint8_t flags, std::uint8_t answers) {
     return {high, low, flags, 0, 0, 0, 0, answers, 0, 0, 0, 0};
+}
+
+/// The labels of the query's name, joined by dots.
+std::string nameIn(std::span<const std::uint8_t> query) {
+    std::string name;
+    for (std::size_t at = 12; at < query.size() && query[at] != 0; at += query[at] + std::size_t{1})
+        name.append(query.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                    query.begin() + static_cast<std::ptrdiff_t>(at + query[at]) + 1)
+            .append(".");
+    return name;
 }
 
 /// A multicast DNS responder on the interfaces with these addresses.
@@ -61,6 +76,11 @@ class Responder {
     Responder& operator=(const Responder&) = delete;
 
     [[nodiscard]] int queries() const { return queries_; }
+    /// The names that were asked for.
+    [[nodiscard]] std::vector<std::string> names() const {
+        const std::lock_guard lock(mutex_);
+        return names_;
+    }
 
  private:
     void run() {
@@ -73,6 +93,10 @@ class Responder {
             const ssize_t count = ::recvfrom(socket_.get(), query.data(), query.size(), 0,
                                              reinterpret_cast<sockaddr*>(&from), &length);
             if (count < 12) continue;
+            {
+                const std::lock_guard lock(mutex_);
+                names_.push_back(nameIn(std::span(query).first(static_cast<std::size_t>(count))));
+            }
             ++queries_;
             for (const Bytes& answer : answers_(query[0], query[1]))
                 ::sendto(socket_.get(), answer.data(), answer.size(), 0,
@@ -83,6 +107,8 @@ class Responder {
     Answers answers_;
     UniqueDescriptor socket_;
     std::atomic<int> queries_{0};
+    mutable std::mutex mutex_;
+    std::vector<std::string> names_;
     std::atomic<bool> ending_{false};
     std::thread thread_;
 };
@@ -191,6 +217,44 @@ TEST_F(LocalHostPresenceCheckTest, a_stop_ends_it_at_once_as_absent) {
         EXPECT_FALSE(present("phone.local", milliseconds(60000), source.token()));
         EXPECT_LT(time_, milliseconds(2000));
         EXPECT_FALSE(present("phone.local", milliseconds(60000), source.token()));
+    });
+}
+
+TEST_F(LocalHostPresenceCheckTest, an_instance_is_asked_for_by_its_name_as_it_is) {
+    inNetworkNamespace([&] {
+        shell("ip link set lo up");
+        makeInterface("lan0", "10.77.1.1/24");
+        const Responder responder({"10.77.1.1"}, [](std::uint8_t high, std::uint8_t low) {
+            return std::vector<Bytes>{header(high, low, 0x84, 1)};
+        });
+        EXPECT_EQ(LocalHostPresenceCheck::ask("\u00DCber-1F._remotepairing._tcp.local", milliseconds(5000),
+                                              random_, {}),
+                  PresenceAnswer::answered);
+        EXPECT_THAT(responder.names(), ElementsAre("\u00DCber-1F._remotepairing._tcp.local."));
+        EXPECT_TRUE(present("\u00DCber.Local", milliseconds(5000)));
+        EXPECT_EQ(responder.names().back(), "\u00FCber.local.") << "a host in lower case, as ever";
+    });
+}
+
+TEST_F(LocalHostPresenceCheckTest, silence_is_not_the_same_as_being_unable_to_ask) {
+    inNetworkNamespace([&] {
+        EXPECT_EQ(LocalHostPresenceCheck::ask("phone.local", milliseconds(5000), random_, {}),
+                  PresenceAnswer::couldNotAsk)
+            << "there is no interface";
+        shell("ip link set lo up");
+        makeInterface("lan0", "10.77.1.1/24");
+        EXPECT_EQ(LocalHostPresenceCheck::ask("phone.local", milliseconds(100), random_, {}),
+                  PresenceAnswer::silent);
+        EXPECT_EQ(LocalHostPresenceCheck::ask("", milliseconds(5000), random_, {}),
+                  PresenceAnswer::couldNotAsk);
+        EXPECT_EQ(LocalHostPresenceCheck::ask(std::string(64, 'x') + "._t._tcp.local", milliseconds(5000),
+                                              random_, {}),
+                  PresenceAnswer::couldNotAsk);
+        const StopSource source;
+        source.requestStop();
+        EXPECT_EQ(LocalHostPresenceCheck::ask("phone.local", milliseconds(60000), random_, source.token()),
+                  PresenceAnswer::silent)
+            << "it was abandoned";
     });
 }
 

@@ -58,5 +58,20 @@ TEST(MulticastAnswer, with_another_id_or_too_short_does_not_count) {
     EXPECT_FALSE(isMulticastAnswer(Bytes{}, 0x1234));
 }
 
+TEST(MulticastQueryAsGiven, keeps_every_letter_of_an_instance_name) {
+    EXPECT_EQ(makeMulticastQueryAsGiven("\xC3\x9C._T.local", 0x1234),
+              (Bytes{0x12, 0x34, 0,   0, 0,   1,   0,   0,   0,   0, 0,    0,    2,    0xC3, 0x9C,
+                     2,    '_',  'T', 5, 'l', 'o', 'c', 'a', 'l', 0, 0x00, 0xFF, 0x80, 0x01}));
+    EXPECT_EQ(makeMulticastQueryAsGiven("Phone.local.", 7), makeMulticastQueryAsGiven("Phone.local", 7));
+    EXPECT_NE(makeMulticastQueryAsGiven("Phone.local", 7), makeMulticastQuery("Phone.local", 7));
+}
+
+TEST(MulticastQueryAsGiven, gives_none_for_what_cannot_be_asked_for) {
+    EXPECT_TRUE(makeMulticastQueryAsGiven(std::string(63, 'A') + ".local", 1));
+    EXPECT_FALSE(makeMulticastQueryAsGiven(std::string(64, 'A') + ".local", 1));
+    EXPECT_FALSE(makeMulticastQueryAsGiven("", 1));
+    EXPECT_FALSE(makeMulticastQueryAsGiven(".", 1));
+}
+
 }  // namespace
 }  // namespace quillbay

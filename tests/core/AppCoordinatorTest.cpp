@@ -48,15 +48,17 @@ class AppCoordinatorTest : public ::testing::Test {
     DeviceProfileStore store() { return DeviceProfileStore(world.host.files, "Quillbay"); }
 
     void make() {
-        coordinator = AppCoordinator::make(world.host, [this](const std::string&, std::chrono::milliseconds,
-                                                              const StopToken&) { return near; });
-        coordinator->logs().onDiagnosticLine = [this](const std::string& line) {
-            events.push_back(line.substr(25));
-        };
-        coordinator->onStatusChanged = [this](const std::string& id, const BridgeStatus& status) {
-            const char* names[] = {"error", "off", "pairing", "on"};
-            events.push_back("[" + id + " " + names[static_cast<int>(status.kind)] + "]");
-        };
+        coordinator = AppCoordinator::make(
+            world.host, {.presenceCheck = [this](const std::string&, std::chrono::milliseconds,
+                                                 const StopToken&) { return near; },
+                         .serviceQuestion = {}});
+        subscriptions.push_back(coordinator->logs().diagnosticLineAdded.add(
+            [this](const std::string& line) { events.push_back(line.substr(25)); }));
+        subscriptions.push_back(
+            coordinator->statusChanged.add([this](const std::string& id, const BridgeStatus& status) {
+                const char* names[] = {"error", "off", "pairing", "on"};
+                events.push_back("[" + id + " " + names[static_cast<int>(status.kind)] + "]");
+            }));
         // The report of the first address comes before anything that a program does next.
         world.settle();
     }
@@ -77,6 +79,7 @@ class AppCoordinatorTest : public ::testing::Test {
     bool near = false;
     std::vector<std::string> events;
     std::shared_ptr<AppCoordinator> coordinator;
+    std::vector<Subscription> subscriptions;
 };
 
 TEST_F(AppCoordinatorTest, starts_up_with_the_version_line_and_the_first_address) {

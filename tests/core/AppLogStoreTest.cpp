@@ -28,7 +28,8 @@ class AppLogStoreTest : public testing::Test {
     [[nodiscard]] FileLocations files() const {
         return {.applicationSupport = folder_.path() / "support",
                 .configuration = folder_.path() / "configuration",
-                .temporary = folder_.path()};
+                .temporary = folder_.path(),
+                .runtime = folder_.path()};
     }
     [[nodiscard]] std::filesystem::path path() const {
         return folder_.path() / "support" / "Quillbay" / "diagnostics.log";
@@ -201,7 +202,8 @@ TEST_F(AppLogStoreTest, works_in_memory_where_there_is_no_folder) {
 TEST_F(AppLogStoreTest, tells_its_observer_before_the_user_lines_change) {
     AppLogStore logs(files(), clock_);
     std::vector<std::size_t> sizes;
-    logs.onUserLinesWillChange = [&] { sizes.push_back(logs.userLines().size()); };
+    const Subscription subscription =
+        logs.userLinesWillChange.add([&] { sizes.push_back(logs.userLines().size()); });
     logs.user("a");
     logs.diagnostic("b");
     logs.user("c");
@@ -211,14 +213,14 @@ TEST_F(AppLogStoreTest, tells_its_observer_before_the_user_lines_change) {
 TEST_F(AppLogStoreTest, hands_out_every_line_after_recording_it) {
     AppLogStore logs(files(), clock_);
     std::vector<std::string> heard;
-    logs.onUserLine = [&](const std::string& line) {
+    const Subscription user = logs.userLineAdded.add([&](const std::string& line) {
         EXPECT_EQ(logs.userLines().back(), line);
         heard.push_back("user: " + line);
-    };
-    logs.onDiagnosticLine = [&](const std::string& line) {
+    });
+    const Subscription diagnostic = logs.diagnosticLineAdded.add([&](const std::string& line) {
         EXPECT_EQ(logs.diagnosticLines().back(), line);
         heard.push_back("diagnostic: " + line);
-    };
+    });
     logs.user("a");
     logs.diagnostic("b");
     EXPECT_THAT(heard, ElementsAre("user: a", "diagnostic: 2025-03-14 09:26:53.589  USER  a",

@@ -43,7 +43,9 @@ class DeviceCtlListerTest : public testing::Test {
         std::ofstream(document_) << R"({"result": {"devices": [)" + devices + "]}}";
         return lister({"lists", document_});
     }
-    [[nodiscard]] FileLocations files() const { return {folder_.path(), folder_.path(), temporary_}; }
+    [[nodiscard]] FileLocations files() const {
+        return {folder_.path(), folder_.path(), temporary_, folder_.path()};
+    }
 
     static DeviceCtlListerError failureOf(const DeviceCtlLister& lister, const StopToken& token = {}) {
         try {

@@ -19,7 +19,7 @@ class ManualClock final : public Clock {
     }
     [[nodiscard]] std::chrono::steady_clock::time_point steadyNow() const override {
         const std::lock_guard lock(mutex_);
-        return std::chrono::steady_clock::time_point(wall_.time_since_epoch());
+        return steady_;
     }
     bool sleepFor(std::chrono::nanoseconds duration, const StopToken& token) override {
         std::function<void(std::size_t)> hook;
@@ -37,6 +37,12 @@ class ManualClock final : public Clock {
     void advance(std::chrono::nanoseconds duration) {
         const std::lock_guard lock(mutex_);
         wall_ += std::chrono::duration_cast<std::chrono::system_clock::duration>(duration);
+        steady_ += std::chrono::duration_cast<std::chrono::steady_clock::duration>(duration);
+    }
+    /// The time of day alone, as when somebody sets it or the computer has slept.
+    void setForward(std::chrono::nanoseconds duration) {
+        const std::lock_guard lock(mutex_);
+        wall_ += std::chrono::duration_cast<std::chrono::system_clock::duration>(duration);
     }
     void onSleep(std::function<void(std::size_t nth)> hook) {
         const std::lock_guard lock(mutex_);
@@ -50,6 +56,7 @@ class ManualClock final : public Clock {
  private:
     mutable std::mutex mutex_;
     std::chrono::system_clock::time_point wall_{std::chrono::seconds(1'700'000'000)};
+    std::chrono::steady_clock::time_point steady_{std::chrono::seconds(1'700'000'000)};
     std::vector<std::chrono::nanoseconds> sleeps_;
     std::function<void(std::size_t)> onSleep_;
 };

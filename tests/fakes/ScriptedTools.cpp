@@ -1,6 +1,7 @@
 #include "fakes/ScriptedTools.h"
 
 #include <signal.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <fstream>
@@ -30,11 +31,21 @@ ScriptedTools::ScriptedTools(std::filesystem::path folder) : folder_(std::move(f
     std::filesystem::create_directories(folder_ / "running");
     writeTo(folder_ / "ps.txt", "");
     writeTo(folder_ / "system.log", "");
+    writeTo(folder_ / "zone.txt", "");
     failDeviceCtl();
     const std::string home = "HOME_FOLDER='" + folder_.string() + "'\n";
     script("ps", home + "exec cat \"$HOME_FOLDER/ps.txt\"\n");
-    // The marker goes when the child is asked to end; a counter keeps the calls apart.
+    // The marker goes when the child is asked to end; a counter keeps the calls apart. A zone dump becomes
+    // the program that prints, so whoever ends it ends all of it, and its marker is that of a process that is
+    // gone.
     script("dns-sd", home +
+                         "if [ \"$1\" = -Z ]; then\n"
+                         "  printf '%s\\0' \"$@\" > \"$HOME_FOLDER/dump-$$.part\"\n"
+                         "  printf '\\n' >> \"$HOME_FOLDER/dump-$$.part\"\n"
+                         "  cat \"$HOME_FOLDER/dump-$$.part\" >> \"$HOME_FOLDER/dumps\"\n"
+                         "  echo $$ > \"$HOME_FOLDER/running/zone-$$\"\n"
+                         "  exec tail -n +1 -s 0.02 -f \"$HOME_FOLDER/zone.txt\"\n"
+                         "fi\n"
                          "marker=$HOME_FOLDER/running/dns-sd-$$\n"
                          "trap 'rm -f \"$marker\"; kill $waiting 2>/dev/null; exit 0' TERM\n"
                          "printf '%s\\0' \"$@\" > \"$HOME_FOLDER/call-$$.part\"\n"
@@ -99,10 +110,18 @@ void ScriptedTools::setProcessList(const std::string& text) const {
 }
 
 std::vector<std::vector<std::string>> ScriptedTools::registrations() const {
+    return recorded("calls");
+}
+
+std::vector<std::vector<std::string>> ScriptedTools::zoneDumps() const {
+    return recorded("dumps");
+}
+
+std::vector<std::vector<std::string>> ScriptedTools::recorded(const std::string& name) const {
     std::vector<std::vector<std::string>> calls;
     std::vector<std::string> arguments;
     std::string argument;
-    for (const char character : contentOf(folder_ / "calls")) {
+    for (const char character : contentOf(folder_ / name)) {
         if (character == '\0') {
             arguments.push_back(std::exchange(argument, {}));
         } else if (character == '\n' && argument.empty()) {
@@ -114,18 +133,43 @@ std::vector<std::vector<std::string>> ScriptedTools::registrations() const {
     return calls;
 }
 
-int ScriptedTools::countRunning(const std::string& prefix) const {
-    int running = 0;
+std::vector<pid_t> ScriptedTools::running(const std::string& prefix) const {
+    std::vector<pid_t> pids;
     for (const auto& entry : std::filesystem::directory_iterator(folder_ / "running")) {
         if (!entry.path().filename().string().starts_with(prefix)) continue;
         const std::string pid = contentOf(entry.path());
-        if (!pid.empty() && ::kill(std::stoi(pid), 0) == 0) ++running;
+        if (!pid.empty() && ::kill(std::stoi(pid), 0) == 0) pids.push_back(std::stoi(pid));
     }
-    return running;
+    return pids;
+}
+
+int ScriptedTools::countRunning(const std::string& prefix) const {
+    return static_cast<int>(running(prefix).size());
 }
 
 int ScriptedTools::runningRegistrations() const {
     return countRunning("dns-sd-");
+}
+
+int ScriptedTools::runningZoneDumps() const {
+    return countRunning("zone-");
+}
+
+void ScriptedTools::killZoneDumps() const {
+    for (const pid_t pid : running("zone-")) {
+        // The id of one that ended long ago may be a stranger's by now.
+        siginfo_t info{};
+        const bool ours = ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+        if (ours) ::kill(pid, SIGKILL);
+    }
+}
+
+void ScriptedTools::appendZoneText(const std::string& text) const {
+    std::ofstream(folder_ / "zone.txt", std::ios::app | std::ios::binary) << text;
+}
+
+void ScriptedTools::clearZoneText() const {
+    writeTo(folder_ / "zone.txt", "");
 }
 
 void ScriptedTools::removeDNSSD() const {

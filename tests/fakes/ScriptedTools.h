@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -28,10 +30,21 @@ class ScriptedTools {
     /// What `ps` prints.
     void setProcessList(const std::string& text) const;
 
-    /// The arguments of every `dns-sd` launched so far, in order.
+    /// The arguments of every `dns-sd` launched so far, zone dumps aside, in order.
     [[nodiscard]] std::vector<std::vector<std::string>> registrations() const;
-    /// How many `dns-sd` are running now.
+    /// How many of these are running now.
     [[nodiscard]] int runningRegistrations() const;
+
+    /// Text that every `dns-sd -Z` prints: those that run now, and later ones at their start.
+    void appendZoneText(const std::string& text) const;
+    /// Later ones begin with nothing.
+    void clearZoneText() const;
+    /// The arguments of every `dns-sd -Z` launched so far, in order.
+    [[nodiscard]] std::vector<std::vector<std::string>> zoneDumps() const;
+    [[nodiscard]] int runningZoneDumps() const;
+    /// Ends the running ones as a crash would.
+    void killZoneDumps() const;
+
     /// `dns-sd` cannot be launched.
     void removeDNSSD() const;
     void removeLogFollower() const;
@@ -43,6 +56,9 @@ class ScriptedTools {
 
  private:
     void script(const std::string& name, const std::string& body) const;
+    [[nodiscard]] std::vector<std::vector<std::string>> recorded(const std::string& name) const;
+    /// The process ids of the tools that run.
+    [[nodiscard]] std::vector<pid_t> running(const std::string& prefix) const;
     [[nodiscard]] int countRunning(const std::string& prefix) const;
     std::filesystem::path folder_;
 };

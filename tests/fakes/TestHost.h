@@ -10,7 +10,7 @@
 #include "fakes/ManualClock.h"
 #include "fakes/ScriptedTools.h"
 #include "fakes/TemporaryFolder.h"
-#include "platform/AsioMainQueue.h"
+#include "fakes/TestMainQueue.h"
 #include "platform/Host.h"
 
 namespace quillbay::fakes {
@@ -21,8 +21,8 @@ struct TestHost {
     TemporaryFolder folder;
     ScriptedTools tools{folder.path() / "tools"};
     NetworkThreads network{2};
-    AsioMainQueue mainQueue;
     ManualClock clock;
+    TestMainQueue mainQueue{clock};
     SystemRandomSource random;
     BackgroundWork background;
     /// The computer's own address and the phone's, unlike any other test's.
@@ -33,7 +33,7 @@ struct TestHost {
               background,
               clock,
               random,
-              {folder.path() / "data", folder.path() / "config", folder.path()},
+              {folder.path() / "data", folder.path() / "config", folder.path(), folder.path() / "run"},
               tools.table(),
               [] { return std::string("en0"); },
               [this](const std::string&) { return address(); }};
@@ -60,6 +60,13 @@ struct TestHost {
         bool last = false;
         mainQueue.post([&] { mainQueue.post([&] { last = true; }); });
         until([&] { return last; });
+    }
+
+    /// Moves the clock and runs what the main queue's timers had been waiting for.
+    void advance(std::chrono::milliseconds duration) {
+        clock.advance(duration);
+        mainQueue.postDueTimers();
+        settle();
     }
 
     static std::string randomLoopback() {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <csignal>
@@ -61,6 +62,19 @@ TEST_F(ChildSurroundings, outputs_that_nobody_reads_go_to_the_null_device) {
     ASSERT_TRUE(result.has_value());
     EXPECT_EQ(result->standardError, "/dev/null\n");
     EXPECT_EQ(result->standardOutput, "");
+}
+
+TEST_F(ChildSurroundings, a_child_makes_files_with_the_mask_that_it_is_given) {
+    ChildCommand command = piped("/bin/sh", {"-c", "umask"});
+    const mode_t own = ::umask(022);
+    command.creationMask = 077;
+    const auto masked = runToEnd(command, 4096, StopToken());
+    command.creationMask = std::nullopt;
+    const auto unmasked = runToEnd(command, 4096, StopToken());
+    ASSERT_TRUE(masked.has_value() && unmasked.has_value());
+    EXPECT_EQ(masked->standardOutput, "0077\n");
+    EXPECT_EQ(unmasked->standardOutput, "0022\n");
+    EXPECT_EQ(::umask(own), 022U);
 }
 
 TEST_F(ChildSurroundings, a_child_leads_a_group_of_its_own) {

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "platform/ForkedChild.h"
 
@@ -70,6 +74,40 @@ TEST(FileLocations, refuse_a_user_without_a_home) {
         ASSERT_EQ(::setuid(unknown), 0);
         forget({"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"});
         EXPECT_THROW(FileLocations::system(), std::runtime_error);
+    });
+}
+
+TEST(RuntimeDirectory, follows_the_environment) {
+    inChild([] {
+        ::setenv("XDG_RUNTIME_DIR", "/run/mine", 1);
+        EXPECT_EQ(runtimeDirectory(), "/run/mine");
+        EXPECT_EQ(FileLocations::system().runtime, "/run/mine");
+    });
+}
+
+TEST(RuntimeDirectory, is_the_one_of_the_login_without_the_environment) {
+    inChild([] {
+        if (::geteuid() != 0) return;  // only root can make one that is not there
+        enterNamespaces(CLONE_NEWNS);
+        ASSERT_EQ(::mount("none", "/run", "tmpfs", 0, nullptr), 0);
+        std::filesystem::create_directories("/run/user/0");
+        ::setenv("XDG_RUNTIME_DIR", "run/mine", 1);
+        EXPECT_EQ(runtimeDirectory(), "/run/user/0") << "a relative one counts as none";
+        forget({"XDG_RUNTIME_DIR"});
+        EXPECT_EQ(runtimeDirectory(), "/run/user/0");
+        ASSERT_EQ(::chown("/run/user/0", 65534, 65534), 0);
+        ::setenv("TMPDIR", "/short-lived", 1);
+        EXPECT_EQ(runtimeDirectory(), "/short-lived/quillbay-0") << "one of another user is none";
+    });
+}
+
+TEST(RuntimeDirectory, is_a_folder_of_the_users_own_where_there_is_no_other) {
+    inChild([] {
+        if (::geteuid() != 0) return;  // only root can become a user who has never logged in
+        constexpr uid_t unknown = 3'999'999'999;
+        ASSERT_EQ(::setuid(unknown), 0);
+        forget({"XDG_RUNTIME_DIR", "TMPDIR", "HOME"});
+        EXPECT_EQ(runtimeDirectory(), "/tmp/quillbay-3999999999");
     });
 }
 

@@ -13,6 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 /// A host with nothing installed.
 class HostToolsTest : public ::testing::Test {
@@ -56,7 +57,14 @@ TEST_F(HostToolsTest, finds_the_other_tools_at_their_fixed_paths) {
     EXPECT_EQ(tools.xcrun.executable, "/usr/bin/xcrun");
     EXPECT_EQ(tools.ps.executable, "/bin/ps");
     EXPECT_EQ(tools.zip.executable, "/usr/bin/zip");
+    EXPECT_EQ(tools.opener.executable, "/usr/bin/xdg-open");
+    EXPECT_EQ(tools.mailComposer.executable, "/usr/bin/xdg-email");
     EXPECT_THAT(tools.xcrun.leadingArguments, IsEmpty());
+}
+
+TEST_F(HostToolsTest, packs_without_the_options_that_a_person_has_set_for_zip) {
+    EXPECT_THAT(HostTools::system("/bin").zip.environment,
+                ElementsAre(Pair("ZIP", std::nullopt), Pair("ZIPOPT", std::nullopt)));
 }
 
 TEST_F(HostToolsTest, knows_the_folder_of_the_running_program) {

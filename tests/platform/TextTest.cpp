@@ -227,5 +227,18 @@ TEST(Text, cuts_one_character_of_two_megabytes_quickly) {
     EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 1.0);
 }
 
+TEST(TrimmedBlanks, takes_blanks_at_both_ends_and_no_line_breaks) {
+    for (const std::string blank : {" ", "\t", "\u00A0", "\u1680", "\u2003", "\u202F", "\u205F", "\u3000"}) {
+        EXPECT_EQ(trimmedBlanks(blank + "a" + blank + "b" + blank), "a" + blank + "b")
+            << testing::PrintToString(blank);
+        EXPECT_EQ(trimmedBlanks(blank + blank), "") << testing::PrintToString(blank);
+    }
+    for (const std::string kept : {"\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029", "\u200B", "x"})
+        EXPECT_EQ(trimmedBlanks(kept + "a" + kept), kept + "a" + kept) << testing::PrintToString(kept);
+    EXPECT_EQ(trimmedBlanks(" \n a \n "), "\n a \n");
+    EXPECT_EQ(trimmedBlanks(""), "");
+    EXPECT_EQ(trimmedBlanks(" \x80 "), "\uFFFD");
+}
+
 }  // namespace
 }  // namespace quillbay

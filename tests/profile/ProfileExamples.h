@@ -31,7 +31,8 @@ inline DeviceProfile exampleProfile() {
 inline FileLocations locationsIn(const std::filesystem::path& folder) {
     return {.applicationSupport = folder / "support",
             .configuration = folder / "configuration",
-            .temporary = folder};
+            .temporary = folder,
+            .runtime = folder};
 }
 
 inline std::string contentOf(const std::filesystem::path& path) {

@@ -34,6 +34,10 @@ HostTools hostToolsBelow(const fs::path& root, const fs::path& programDirectory)
     // in them.
     tools.ps.environment = {{"COLUMNS", std::nullopt}, {"LC_ALL", "C.UTF-8"}};
     tools.zip.executable = root / "usr/bin/zip";
+    // Options that a person has set for their own archives, such as one that deletes what was packed.
+    tools.zip.environment = {{"ZIPOPT", std::nullopt}, {"ZIP", std::nullopt}};
+    tools.opener.executable = root / "usr/bin/xdg-open";
+    tools.mailComposer.executable = root / "usr/bin/xdg-email";
     return tools;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "platform/LocalSockets.h"
 #include "platform/PrintedError.h"
 #include "platform/Sockets.h"
 #include "platform/posix/SystemSockets.h"
@@ -27,6 +28,13 @@ int prepareDatagramBind(int /*descriptor*/) {
 
 int noSignalFlag() {
     return MSG_NOSIGNAL;
+}
+
+std::optional<uid_t> peerUser(int descriptor) {
+    ucred peer{};
+    socklen_t length = sizeof peer;
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) return std::nullopt;
+    return peer.uid;
 }
 
 }  // namespace quillbay

@@ -19,6 +19,9 @@ HostTools HostTools::system(const fs::path& /*programDirectory*/) {
     // in them.
     tools.ps.environment = {{"COLUMNS", std::nullopt}, {"LC_ALL", "en_US.UTF-8"}};
     tools.zip.executable = "/usr/bin/zip";
+    // Options that a person has set for their own archives, such as one that deletes what was packed.
+    tools.zip.environment = {{"ZIPOPT", std::nullopt}, {"ZIP", std::nullopt}};
+    tools.opener.executable = "/usr/bin/open";
     return tools;
 }
 

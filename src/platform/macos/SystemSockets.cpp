@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 
+#include "platform/LocalSockets.h"
 #include "platform/PrintedError.h"
 #include "platform/Sockets.h"
 #include "platform/posix/SystemSockets.h"
@@ -26,7 +28,8 @@ bool prepare(int descriptor) {
 UniqueDescriptor openSocket(int family, int type) {
     UniqueDescriptor opened(::socket(family, type, 0));
     if (!opened.valid() || !prepare(opened.get())) throw systemError(errno);
-    if (family == AF_INET && !turnOn(opened.get(), SO_NOSIGPIPE)) throw systemError(errno);
+    const bool sends = family == AF_INET || family == AF_UNIX;
+    if (sends && !turnOn(opened.get(), SO_NOSIGPIPE)) throw systemError(errno);
     return opened;
 }
 
@@ -49,5 +52,12 @@ int prepareDatagramBind(int descriptor) {
 int noSignalFlag() {
     return 0;
 }  // every socket has SO_NOSIGPIPE
+
+std::optional<uid_t> peerUser(int descriptor) {
+    uid_t user = 0;
+    gid_t group = 0;
+    if (::getpeereid(descriptor, &user, &group) != 0) return std::nullopt;
+    return user;
+}
 
 }  // namespace quillbay

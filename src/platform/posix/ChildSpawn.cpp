@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,6 +37,7 @@ struct Preparation {
     std::array<int, 3> standard{};
     int failure = -1;
     rlimit descriptorLimit{};
+    std::optional<mode_t> creationMask;
 };
 
 /// Moves a descriptor out of the way of the three standard ones: this program may have been started without
@@ -142,6 +145,7 @@ void resetSignals() noexcept {
             prepared && ::dup2(preparation.standard[static_cast<std::size_t>(target)], target) == target;
     closeOnExecFrom(firstOwnDescriptor);
     prepared = prepared && ::setrlimit(RLIMIT_NOFILE, &preparation.descriptorLimit) == 0;
+    if (preparation.creationMask) ::umask(*preparation.creationMask);
     if (prepared) ::execve(preparation.executable, preparation.arguments, preparation.environment);
     const int code = errno;
     // Nobody is left to be told when this fails; the parent then takes the child's end for the program's.
@@ -202,6 +206,7 @@ SpawnedChild spawnChild(const ChildCommand& command) {
     preparation.standard = {null.get(), orNull(output), orNull(error)};
     preparation.failure = failure.writing.get();
     preparation.descriptorLimit = originalDescriptorLimit();
+    preparation.creationMask = command.creationMask;
 
     const pid_t pid = forkProgram(preparation);
     failure.writing.reset();

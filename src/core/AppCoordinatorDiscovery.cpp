@@ -1,0 +1,150 @@
+// The coordinator's look at the local network: captured services, their age and their names.
+
+#include <chrono>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "core/AppCoordinator.h"
+#include "discovery/DeviceCtlListerError.h"
+#include "platform/PrintedError.h"
+#include "platform/Text.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr const char* pairingServiceType = "_remotepairing._tcp";
+constexpr std::chrono::seconds timeBetweenChecks{5};
+constexpr std::chrono::seconds quietAge{5};
+constexpr std::chrono::seconds staleAge{15};
+
+/// Until then after its last sign, a phone that has gone is asked for: an SRV record is remembered for two
+/// minutes (RFC 6762, section 10), and one that comes back after that is reported anew.
+constexpr std::chrono::seconds missingAge{180};
+
+std::chrono::nanoseconds leadOfTheTimeOfDay(const Clock& clock) {
+    return clock.now().time_since_epoch() - clock.steadyNow().time_since_epoch();
+}
+
+}  // namespace
+
+void AppCoordinator::askForServices(ServiceQuestion question) {
+    if (!question) {
+        question = [&random = host_.random](const CapturedBonjourService& service,
+                                            std::chrono::milliseconds timeout, const StopToken& token) {
+            return LocalHostPresenceCheck::ask(questionName(service), timeout, random, token);
+        };
+    }
+    inquiries_.emplace(host_, std::move(question), [weak = weak_from_this()](const std::string& host) {
+        const auto coordinator = weak.lock();
+        if (!coordinator) return;
+        if (coordinator->capturedServices_.markSeen(host, coordinator->host_.clock.now()))
+            coordinator->published.notify(Published::capturedServices);
+    });
+}
+
+void AppCoordinator::receiveCapture() {
+    const auto inbox = std::make_shared<CaptureInbox>(
+        host_.mainQueue, [weak = weak_from_this()](CaptureInbox::Content content) {
+            if (const auto coordinator = weak.lock()) coordinator->takeCapture(std::move(content));
+        });
+    bonjourCapture_.onServiceUpdated = [inbox](CapturedBonjourService service) {
+        inbox->putService(std::move(service));
+    };
+    bonjourCapture_.onLog = [inbox](std::string line) { inbox->putLine(std::move(line)); };
+    bonjourCapture_.activeProxyHosts = [hosts = proxyHosts_] { return hosts->all(); };
+}
+
+void AppCoordinator::startDiscovery() {
+    bonjourCapture_.start(pairingServiceType, "local");
+    logs_.diagnostic(std::string("Bonjour scan started (") + pairingServiceType + ")");
+    discoveryStarted_ = host_.clock.steadyNow();
+    clockLead_ = leadOfTheTimeOfDay(host_.clock);
+    staleCheckTimer_ =
+        std::make_unique<RepeatingTimer>(host_.mainQueue, timeBetweenChecks, [weak = weak_from_this()] {
+            if (const auto coordinator = weak.lock()) coordinator->checkCapturedServices();
+        });
+}
+
+void AppCoordinator::takeCapture(CaptureInbox::Content content) {
+    for (const std::string& line : content.lines)
+        logs_.diagnostic(line);
+    if (content.services.empty()) return;
+    capturedServices_.upsert(std::move(content.services), deviceNames_);
+    published.notify(Published::capturedServices);
+}
+
+void AppCoordinator::upsertCapturedService(CapturedBonjourService service) {
+    std::vector<CapturedBonjourService> services;
+    services.push_back(std::move(service));
+    capturedServices_.upsert(std::move(services), deviceNames_);
+    published.notify(Published::capturedServices);
+}
+
+void AppCoordinator::pruneStaleCapturedServices(std::chrono::seconds age) {
+    if (capturedServices_.keepSeenAfter(host_.clock.now() - age))
+        published.notify(Published::capturedServices);
+}
+
+void AppCoordinator::checkCapturedServices() {
+    followClock();
+    pruneStaleCapturedServices(staleAge);
+    capturedServices_.forgetMissing(host_.clock.now() - missingAge);
+    askForQuietServices();
+}
+
+void AppCoordinator::followClock() {
+    // A computer that slept, or whose clock was set, has not heard less of the phones for that. Ordinary
+    // corrections are far smaller than this.
+    constexpr std::chrono::seconds smallestStep{1};
+    const std::chrono::nanoseconds lead = leadOfTheTimeOfDay(host_.clock);
+    const std::chrono::nanoseconds step = lead - std::exchange(clockLead_, lead);
+    if (std::chrono::abs(step) < smallestStep) return;
+    capturedServices_.shiftTimes(std::chrono::duration_cast<std::chrono::system_clock::duration>(step));
+    published.notify(Published::capturedServices);
+}
+
+void AppCoordinator::askForQuietServices() {
+    const auto quietSince = host_.clock.now() - quietAge;
+    const std::set<std::string> ownHosts = proxyHosts_->all();
+    std::vector<CapturedBonjourService> quiet;
+    for (const auto* services : {&capturedServices_.sorted(), &capturedServices_.missing()})
+        for (const CapturedBonjourService& service : *services)
+            // This computer itself would answer for the host that it announces.
+            if (service.lastSeen <= quietSince && !ownHosts.contains(lowercased(service.host)))
+                quiet.push_back(service);
+    inquiries_->ask(std::move(quiet));
+}
+
+void AppCoordinator::refreshDeviceNames(Task done) {
+    if (done) namesRefresh_.waiting.push_back(std::move(done));
+    if (namesRefresh_.work) return;
+    const auto end = [weak = weak_from_this(), &mainQueue = host_.mainQueue](std::vector<DeviceCtl> devices) {
+        mainQueue.post([weak, devices = std::move(devices)] {
+            if (const auto coordinator = weak.lock()) coordinator->endNamesRefresh(devices);
+        });
+    };
+    try {
+        namesRefresh_.work = host_.background.run([lister = deviceCtlLister_, end](const StopToken& token) {
+            try {
+                end(lister.listDevices(token));
+            } catch (const DeviceCtlListerError&) {
+                // Most computers have no developer tools: the phones then go by their hosts.
+                end({});
+            }
+        });
+    } catch (const std::system_error& error) {
+        logs_.diagnostic("The names of devices cannot be asked for: " + printedError(error));
+        end({});
+    }
+}
+
+void AppCoordinator::endNamesRefresh(const std::vector<DeviceCtl>& devices) {
+    deviceNames_.learn(devices);
+    capturedServices_.applyNames(deviceNames_);
+    published.notify(Published::capturedServices);
+    finish(namesRefresh_);
+}
+
+}  // namespace quillbay

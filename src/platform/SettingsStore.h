@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/FileLocations.h"
+
+namespace quillbay {
+
+/// The user's settings: texts by key, in `settings.json` in the program's configuration folder.
+///
+/// Every read looks at the file, so that what the user has changed by hand holds too; every write replaces it
+/// in one step and keeps what it does not know. Used on the main thread.
+class SettingsStore {
+ public:
+    explicit SettingsStore(const FileLocations& files);
+
+    /// Nothing when there is no such key, when its value is no text, or when the file cannot be read.
+    [[nodiscard]] std::optional<std::string> string(std::string_view key) const;
+
+    /// Throws std::system_error when the file cannot be written, and std::runtime_error, with a sentence that
+    /// names the file, when what is in it cannot be read: it is left as it is then.
+    void setString(std::string_view key, const std::string& value);
+
+    /// Forgets the key. Throws as `setString`.
+    void remove(std::string_view key);
+
+ private:
+    std::filesystem::path file_;
+};
+
+}  // namespace quillbay
