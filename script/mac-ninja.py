@@ -57,6 +57,12 @@ def escaped(text):
 
 
 def main():
+    if sys.argv[1:] in (["--help"], ["-h"]):
+        print(__doc__.strip())
+        return
+    if len(sys.argv) != 4:
+        print(__doc__.strip(), file=sys.stderr)
+        sys.exit(2)
     zig, target, build = sys.argv[1:]
     flags = ["-target", target, "-std=c++20", "-O1", *warnings()]
     flags += [f"-I{root}/src", "-isystem", f"{root}/{build}/include"]

@@ -1,1 +1,1 @@
-"""The demo: one phone, one Mac, one bystander, twelve things to see. Run by script/demo."""
+"""The demos: one phone, one Mac, one bystander, and what can be seen of a bridge. Run by script/demo."""

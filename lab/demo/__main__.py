@@ -1,9 +1,9 @@
 """Runs the steps, and takes the lab down whatever happens.
 
-    python3 -m demo
+    python3 -m demo [terminal]
 
-Exit status: 0 when all steps were seen, 1 when one was not, 2 when the lab could not be made, 128 + the signal's
-number after Ctrl-C or SIGTERM.
+Exit status: 0 when all steps were seen, 1 when one was not, 2 when the lab could not be made or the arguments are
+wrong, 128 + the signal's number after Ctrl-C or SIGTERM.
 """
 
 import contextlib
@@ -13,10 +13,14 @@ import sys
 
 from quillbay_lab import Lab, LabError
 
+from .checks import NotSeen
 from .screen import Screen
-from .steps import NotSeen, Steps
+from .steps import Steps
+from .terminal_steps import TerminalSteps
 
-_TOTAL = 12
+_DEMOS = {(): Steps, ("terminal",): TerminalSteps}
+_WHO_IS_WHO = ("mac has the bridge; desk is another computer on its local network; the mesh is the VPN between mac and "
+               "the phone.")
 
 
 class _Interrupted(BaseException):
@@ -49,29 +53,34 @@ def _show(screen, steps):
             continue
         screen.log_tail("the agent's diagnostics.log", steps.log_tail())
         return number - 1
-    return _TOTAL
+    return steps.TOTAL
 
 
-def main():
-    screen = Screen(sys.stdout, _TOTAL)
+def main(arguments=()):
+    chosen = _DEMOS.get(tuple(arguments))
+    if chosen is None:
+        print("usage: python3 -m demo [terminal]", file=sys.stderr)
+        return 2
+    screen = Screen(sys.stdout, chosen.TOTAL)
     if os.geteuid() != 0:
         sys.exit("the demo makes namespaces: run script/demo, or run this as root")
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, _on_signal)
+    screen.line(_WHO_IS_WHO)
     try:
         with contextlib.ExitStack() as stack:
             with screen.progress("the network is made"):
                 lab = stack.enter_context(Lab())
-            seen = _show(screen, Steps(lab))
+            seen = _show(screen, chosen(lab))
     except LabError as problem:
         screen.line(f"the lab could not be made: {problem}")
         return 2
     except _Interrupted as interruption:
         screen.line("interrupted; everything has been taken down")
         return 128 + interruption.number
-    screen.line(f"{seen} of {_TOTAL} steps seen")
-    return 0 if seen == _TOTAL else 1
+    screen.line(f"{seen} of {chosen.TOTAL} steps seen")
+    return 0 if seen == chosen.TOTAL else 1
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))

@@ -9,6 +9,8 @@ from quillbay_lab import Agent, LabError, Phone, profile_of, programs, wait_unti
 from quillbay_lab.lab import DESK_ADDRESS, MAC_ADDRESS
 from quillbay_lab.lines import Lines
 
+from .checks import NotSeen, expect_equal
+
 _PYTHON = "/usr/bin/python3"
 _SERVICE_TYPE = "_remotepairing._tcp"
 _STILL_NEAR = ("Connection error: The device is still on this Mac's local network. Move it to a different Wi‑Fi "
@@ -21,21 +23,10 @@ _DATAGRAMS = 10_000
 _TUNNEL_PORT, _TUNNEL_PORT_OUTSIDE = 55005, 60123
 
 
-class NotSeen(Exception):
-    """A step that did not show what it should; carries what was expected and what came."""
-
-    def __init__(self, expected, came):
-        super().__init__(f"expected {expected}, came {came}")
-        self.expected, self.came = expected, came
-
-
-def expect_equal(what, expected, came):
-    if expected != came:
-        raise NotSeen(f"{what} {expected!r}", repr(came))
-
-
 class Steps:
     """The steps in their order; each builds on those before."""
+
+    TOTAL = 12
 
     def __init__(self, lab):
         self._lab = lab

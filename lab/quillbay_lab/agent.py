@@ -4,6 +4,7 @@ import json
 import subprocess
 
 from . import programs
+from .errors import LabError
 from .lab import PHONE_MESH_ADDRESS
 from .lines import Lines
 from .waiting import wait_until
@@ -16,6 +17,15 @@ def profile_of(service, enabled=True, **changes):
             "serviceType": "_remotepairing._tcp", "remotePairingPort": service.port, "tunnelPortRangeStart": 55000,
             "tunnelPortRangeEnd": 58000, "providerID": "manual", "providerHostName": "",
             "providerIP": PHONE_MESH_ADDRESS, "txtRecord": txt, "bridgeEnabled": enabled, **changes}
+
+
+def paired_agent(lab, phone):
+    """An agent that is not running yet, with an enabled profile of the phone, which has left."""
+    service, = [found for found in lab.desk.mdns_lookup(limit_seconds=0.4) if found.name == phone.name]
+    made = Agent(lab)
+    made.write_profiles([profile_of(service)])
+    lab.phone_leaves()
+    return made
 
 
 class Agent:
@@ -47,8 +57,18 @@ class Agent:
         return self._lines.all()
 
     def await_user_line(self, text, limit_seconds):
-        """Waits until the agent has printed a line that contains this text."""
-        return self._lines.await_line(lambda line: text in line, limit_seconds, f"the agent prints “{text}”")
+        """Waits until the agent has printed a line that contains this text. Raises `LabError`, at once when the agent
+        has ended without it."""
+        def found():
+            ended = not self.process.running
+            if ended:
+                self._lines.join(1)
+            line = next((line for line in self._lines.all() if text in line), None)
+            if line is None and ended:
+                raise LabError(f"the agent has ended without printing “{text}”")
+            return line
+
+        return wait_until(found, limit_seconds, f"the agent prints “{text}”")
 
     def diagnostics(self):
         """The lines of its diagnostic log, over all runs."""

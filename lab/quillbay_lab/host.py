@@ -27,7 +27,10 @@ class Result:
 class Host:
     """A host with namespaces of its own. `folder` is its private place on the real file system."""
 
-    def __init__(self, folder, name, interface):
+    RUNTIME = "/run/user/0"
+
+    def __init__(self, folder, name, interface, programs=None):
+        """`programs`: a folder that takes the place of /usr/local/bin in this host."""
         self.name = name
         self.interface = interface
         self.folder = pathlib.Path(folder)
@@ -36,8 +39,8 @@ class Host:
             private.mkdir(parents=True, mode=0o700)
         services.write_configurations(self.folder, f"quillbay-{name}", interface, uuid.uuid4().hex)
         self._background = {}
-        self.namespace = Namespace(name, services.mounts(self.folder))
-        self.run(["mkdir", "-p", "-m", "700", "/run/dbus", "/run/user", "/run/systemd/journal"], check=True)
+        self.namespace = Namespace(name, services.mounts(self.folder, programs))
+        self.run(["mkdir", "-p", "-m", "700", "/run/dbus", self.RUNTIME, "/run/systemd/journal"], check=True)
         self.run(["ip", "link", "set", "lo", "up"], check=True)
 
     @property
@@ -45,7 +48,7 @@ class Host:
         """What programs in the host get; nothing of the caller's own comes along."""
         return {"PATH": "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "LANG": "C.UTF-8",
                 "HOME": str(self.home), "XDG_DATA_HOME": str(self.home / "data"),
-                "XDG_CONFIG_HOME": str(self.home / "config"), "XDG_RUNTIME_DIR": "/run/user",
+                "XDG_CONFIG_HOME": str(self.home / "config"), "XDG_RUNTIME_DIR": self.RUNTIME,
                 "TMPDIR": str(self.folder / "tmp"), "DBUS_SYSTEM_BUS_ADDRESS": services.BUS_ADDRESS,
                 "PYTHONPATH": str(_LAB_FOLDER), "PYTHONDONTWRITEBYTECODE": "1"}
 
@@ -152,10 +155,12 @@ class Host:
                           limit_seconds, check=True)
         return records.parse_browse_output(result.output)
 
-    def mdns_lookup(self, service_type="_remotepairing._tcp", limit_seconds=1.0):
-        """The services of this type that answer a multicast query of the host's own, byte for byte."""
-        result = self.run([_PYTHON, "-m", "quillbay_lab.mdns_tool", "lookup", self.address(self.interface), service_type,
-                           str(limit_seconds)], limit_seconds + 15, check=True)
+    def mdns_lookup(self, service_type="_remotepairing._tcp", limit_seconds=1.0, names=()):
+        """The services of this type that answer a multicast query of the host's own, byte for byte. Where there are more
+        than a few, their names have to be given."""
+        result = self.run([_PYTHON, "-m", "quillbay_lab.mdns_tool", "lookup", self.address(self.interface),
+                           service_type, str(limit_seconds), *(name.encode().hex() for name in names)],
+                          limit_seconds + 15, check=True)
         return records.services_from_json(result.output)
 
     def addresses(self, interface):

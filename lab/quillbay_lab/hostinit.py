@@ -9,6 +9,7 @@ that socket closes, for whatever reason, this process ends, and with it the kern
 """
 
 import errno
+import fcntl
 import json
 import os
 import selectors
@@ -16,6 +17,7 @@ import signal
 import socket
 import subprocess
 import sys
+import termios
 
 _LARGEST_REQUEST = 128 * 1024
 
@@ -32,6 +34,9 @@ def _become(request, descriptors, report):
         os.setsid()
         for target, source in enumerate(descriptors):
             os.dup2(source, target)
+        if os.isatty(0):
+            # What is typed there, Ctrl-C above all, then reaches this process.
+            fcntl.ioctl(0, termios.TIOCSCTTY, 0)
         # The report descriptor is closed by a successful exec, and tells of an unsuccessful one.
         os.closerange(3, report)
         os.closerange(report + 1, os.sysconf("SC_OPEN_MAX"))

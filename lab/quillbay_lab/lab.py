@@ -10,7 +10,9 @@ the process that made the lab, however that ends.
 """
 
 import concurrent.futures
+import json
 import os
+import pathlib
 import shutil
 import subprocess
 
@@ -22,6 +24,10 @@ from .waiting import wait_until
 
 MAC_ADDRESS, PHONE_ADDRESS, DESK_ADDRESS = "192.168.77.1", "192.168.77.2", "192.168.77.3"
 MAC_MESH_ADDRESS, PHONE_MESH_ADDRESS = "100.64.77.1", "100.64.77.2"
+
+# The simulated VPN clients. They are put where an installer puts the real ones, so the agent finds them by itself, and
+# a real one on this machine is not seen.
+_VPN_CLIENTS = pathlib.Path(__file__).resolve().parent.parent / "vpn"
 
 
 class Lab:
@@ -41,7 +47,7 @@ class Lab:
         self._switch = Namespace("switch", [])
         self._ip(self._switch, "link add br0 type bridge stp_state 0 forward_delay 0 mcast_snooping 0")
         self._ip(self._switch, "link set br0 up")
-        self.mac = self._add_host("mac", "en0", MAC_ADDRESS)
+        self.mac = self._add_host("mac", "en0", MAC_ADDRESS, _VPN_CLIENTS)
         self.phone = self._add_host("phone", "lan0", PHONE_ADDRESS)
         self.desk = self._add_host("desk", "lan0", DESK_ADDRESS)
         self._ip(self.mac.namespace, f"link add name vpn0 type veth peer name vpn0 "
@@ -56,8 +62,8 @@ class Lab:
             for _ in pool.map(Host.start_services, self._hosts):
                 pass
 
-    def _add_host(self, name, interface, address):
-        host = Host(self.folder / name, name, interface)
+    def _add_host(self, name, interface, address, programs=None):
+        host = Host(self.folder / name, name, interface, programs)
         self._hosts.append(host)
         self._ip(self._switch, f"link add name {name} type veth peer name {interface} "
                                f"netns {host.namespace.network[1]}")
@@ -94,6 +100,18 @@ class Lab:
     def mesh_up(self):
         self._ip(self.phone.namespace, "link set vpn0 up")
         self._await_carrier(self.mac, "vpn0")
+
+    def phone_mutes(self):
+        """What the Mac sends through the mesh arrives at the phone, and nothing is ever answered."""
+        self._ip(self.phone.namespace, f"route add blackhole {MAC_MESH_ADDRESS}/32")
+
+    def phone_answers(self):
+        self._ip(self.phone.namespace, f"route del blackhole {MAC_MESH_ADDRESS}/32")
+
+    def received_by_phone(self):
+        """The number of packets that the phone has received through the mesh so far."""
+        link, = json.loads(self.phone.run("ip -json -statistics link show dev vpn0".split(), check=True).output)
+        return link["stats64"]["rx"]["packets"]
 
     def set_address(self, host, interface, address):
         """Gives an interface another address, as a new lease does."""

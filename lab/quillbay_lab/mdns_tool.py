@@ -1,7 +1,10 @@
 """Multicast DNS of the lab's own: asks the local network, or listens to it, without any daemon in between.
 
-    python3 -m quillbay_lab.mdns_tool lookup OWN_ADDRESS TYPE SECONDS     services that answer, as a JSON list
-    python3 -m quillbay_lab.mdns_tool goodbyes OWN_ADDRESS TYPE SECONDS   "listening", then a JSON line per goodbye
+    python3 -m quillbay_lab.mdns_tool lookup OWN_ADDRESS TYPE SECONDS [NAME]...
+        services that answer, as a JSON list; a list of many does not fit into an answer, so names may be given (their
+        bytes in hexadecimal) that are asked for one by one
+    python3 -m quillbay_lab.mdns_tool goodbyes OWN_ADDRESS TYPE SECONDS
+        "listening", then a JSON line per goodbye
 """
 
 import json
@@ -43,24 +46,33 @@ class _Answers:
     def time_left(self):
         return time.monotonic() < self._deadline
 
+    def questions(self, instance):
+        """What to ask about this instance."""
+        hosts = [(host, TYPE_A) for _, host in self.of(instance, TYPE_SRV)]
+        return [(instance, TYPE_SRV), (instance, TYPE_TXT), *hosts]
+
     def of(self, name, kind):
         wanted = tuple(label.lower() for label in name)
         return [record.data for record in self.records
                 if record.kind == kind and record.ttl and tuple(label.lower() for label in record.name) == wanted]
 
 
-def lookup(own_address, service_type, limit_seconds):
-    """The service instances of a type in the domain "local" that answer within the limit."""
+def lookup(own_address, service_type, limit_seconds, names=()):
+    """The service instances of a type in the domain "local" that answer within the limit, these names among them."""
     answers = _Answers(own_address, limit_seconds)
     type_name = labels(service_type + ".local")
+    named = [(name, *type_name) for name in names]
     while answers.time_left:
         questions = [(type_name, TYPE_PTR)]
         for instance in answers.of(type_name, TYPE_PTR):
-            questions += [(instance, TYPE_SRV), (instance, TYPE_TXT)]
-            questions += [(host, TYPE_A) for _, host in answers.of(instance, TYPE_SRV)]
+            questions += answers.questions(instance)
         answers.collect(questions, 0.2)
+        for instance in named:
+            for question in answers.questions(instance):
+                if not answers.of(*question):
+                    answers.collect([question], 0.03)
     found = {}
-    for instance in answers.of(type_name, TYPE_PTR):
+    for instance in [*answers.of(type_name, TYPE_PTR), *named]:
         for port, host in answers.of(instance, TYPE_SRV)[-1:]:
             txt = answers.of(instance, TYPE_TXT)
             found[instance] = Service(instance[0].decode(errors="replace"), b".".join(host).decode(), port,
@@ -92,9 +104,10 @@ def goodbyes(own_address, service_type, limit_seconds):
 
 
 def main(arguments):
-    verb, own_address, service_type, seconds = arguments
+    verb, own_address, service_type, seconds, *names = arguments
     if verb == "lookup":
-        print(services_to_json(lookup(own_address, service_type, float(seconds))))
+        wanted = [bytes.fromhex(name) for name in names]
+        print(services_to_json(lookup(own_address, service_type, float(seconds), wanted)))
         return
     for when, instance in goodbyes(own_address, service_type, float(seconds)):
         print(json.dumps({"instance": instance, "time": when}), flush=True)

@@ -56,8 +56,8 @@ def write_configurations(folder, host_name, interface, machine_id):
     (folder / "machine-id").write_text(machine_id + "\n")
 
 
-def mounts(folder):
-    """What mount(8) does in a new host, in order."""
+def mounts(folder, programs=None):
+    """What mount(8) does in a new host, in order; `programs` takes the place of /usr/local/bin."""
     commands = [["-t", "tmpfs", "-o", "mode=755", "tmpfs", "/run"]]
     if pathlib.Path("/var/log").is_dir():
         # Otherwise the journal would find the machine's own there.
@@ -66,6 +66,8 @@ def mounts(folder):
                        "/etc/systemd/journald.conf"), ("/dev/null", "/dev/kmsg")):
         if pathlib.Path(there).exists():
             commands.append(["--bind", str(own), there])
+    if programs is not None:
+        commands.append(["--bind", "-o", "ro", str(programs), "/usr/local/bin"])
     # The journal does not start where it cannot find its own place among the control groups: in a bare system that
     # was never booted nothing has mounted them.
     groups = pathlib.Path("/sys/fs/cgroup")

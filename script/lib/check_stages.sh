@@ -35,9 +35,9 @@ sanitizer_environment() {
 # sanitized_tests PRESET: builds the preset and runs its tests.
 sanitized_tests() {
     sanitizer_environment
-    cmake --preset "$1"
+    with_build_lock cmake --preset "$1"
     # The build runs each test program once, to list its cases, so it needs the same surroundings as the tests.
-    without_aslr cmake --build --preset "$1"
+    with_build_lock without_aslr cmake --build --preset "$1"
     rm -f "$logs/$1.xml"
     local status=0
     without_aslr ctest --test-dir "build/$1" --parallel 2 --timeout 300 --output-on-failure --no-tests=error \
@@ -53,15 +53,19 @@ sanitized_tests() {
 stage_asan() { sanitized_tests asan; }
 stage_tsan() { sanitized_tests tsan; }
 
-configure_clang() { cmake --preset release -B build/clang -D CMAKE_CXX_COMPILER=clang++-19; }
+configure_clang() {
+    with_build_lock cmake --preset release -B build/clang -D CMAKE_CXX_COMPILER=clang++-19 \
+        -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+}
 
 # What an installation holds: these programs and nothing of the lab.
-installed_programs=(bin/quillbay-agent libexec/quillbay/dns-sd)
+installed_programs=(bin/quillbay-agent bin/quillbayctl libexec/quillbay/dns-sd)
 
 stage_clang() {
     configure_clang
     # Not the tests: the sanitizers' configurations build those, with the same compiler.
-    cmake --build build/clang --target quillbay-agent dns-sd quillbay-phone quillbay-lab-client quillbay-bench
+    with_build_lock cmake --build build/clang --target quillbay-agent quillbayctl dns-sd quillbay-phone quillbay-lab-client \
+        quillbay-bench
     local prefix="build/clang/installed" found
     rm -rf "$prefix"
     cmake --install build/clang --prefix "$prefix"
@@ -73,6 +77,7 @@ stage_clang() {
         return 1
     fi
     "$prefix/bin/quillbay-agent" --version
+    "$prefix/bin/quillbayctl" --version
 }
 
 stage_format() {
@@ -95,7 +100,7 @@ stage_tidy() {
     configure_clang >/dev/null
     local -a databases=(build/clang)
     # The fuzz targets are built by the sanitizers' configuration alone.
-    cmake --preset asan >/dev/null
+    with_build_lock cmake --preset asan >/dev/null
     databases+=(build/asan)
     "$python" script/lib/tidy.py --jobs "$(nproc)" --remark "$logs/tidy.remark" "${databases[@]}"
 }
@@ -121,8 +126,8 @@ fuzz_one() {
 
 stage_fuzz() {
     sanitizer_environment
-    cmake --preset asan
-    cmake --build --preset asan --target fuzzers
+    with_build_lock cmake --preset asan
+    with_build_lock cmake --build --preset asan --target fuzzers
     local -a programs
     mapfile -t programs < <(find build/asan/bin -name 'fuzz_*' -type f -perm -u+x | sort)
     local listed

@@ -6,13 +6,9 @@ export LC_ALL=C.UTF-8
 unset CDPATH GREP_OPTIONS CLICOLOR_FORCE NINJA_STATUS CTEST_PARALLEL_LEVEL
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)"
+# Before the working directory changes, which a relative name would not survive.
+script_file="$(realpath "$0")"
 cd "$root"
-
-# Service accounts and containers may have no home, or one that is not theirs; some tools need a writable one.
-if [[ ! -w "${HOME:-}" ]]; then
-    export HOME="$root/build/home"
-    mkdir -p "$HOME"
-fi
 
 # Debian's own, which has Debian's pytest, whatever else comes first in the PATH.
 python=/usr/bin/python3
@@ -22,6 +18,31 @@ fail() {
     printf '%s: %s\n' "${0##*/}" "$*" >&2
     exit 1
 }
+
+# print_usage: the comment at the head of the script that runs.
+print_usage() { awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "$script_file"; }
+
+# wrong_usage: for arguments that the script does not know.
+wrong_usage() {
+    print_usage >&2
+    exit 2
+}
+
+if [[ "${1:-}" == --help || "${1:-}" == -h ]]; then
+    print_usage
+    exit 0
+fi
+
+if ! mkdir -p build 2>/dev/null || [[ ! -w build ]]; then
+    fail "$root/build cannot be written by $(id -un), and everything that is built goes there. Give it to that user, or \
+work in a copy of this checkout that is theirs."
+fi
+
+# Service accounts and containers may have no home, or one that is not theirs; some tools need a writable one.
+if [[ ! -w "${HOME:-}" ]]; then
+    export HOME="$root/build/home"
+    mkdir -p "$HOME"
+fi
 
 note() { printf '    %s\n' "$*"; }
 
@@ -43,22 +64,51 @@ as_root() {
     fi
 }
 
+# with_build_lock COMMAND...: runs it while no other script builds in this checkout: two builds in one folder would write
+# over each other's files. Not for what runs the built programs: a build that has nothing to do touches none of them.
+with_build_lock() {
+    (
+        exec 9>>build/.lock
+        if ! flock --nonblock 9; then
+            printf 'Waiting for another script that builds in this checkout (lock: build/.lock)\n'
+            flock 9
+        fi
+        # A program that outlives its script must not hold the lock.
+        "$@" 9>&-
+    )
+}
+
+# one_at_a_time: from here on only one run of this script in this checkout; another one waits until it has ended.
+one_at_a_time() {
+    local lock="build/${0##*/}.lock"
+    exec 8>>"$lock"
+    if ! flock --nonblock 8; then
+        printf 'Waiting for another script/%s in this checkout (lock: %s)\n' "${0##*/}" "$lock"
+        flock 8
+    fi
+}
+
 # show_progress: reads a command's output and shows where it is, in one changing line on a terminal and now and then
 # elsewhere. Everything is in the log; this is only for the person who waits.
 show_progress() {
-    local line last="" shown=$SECONDS status
+    local piece line="" last="" said="" shown=$SECONDS status
     while true; do
         status=0
-        IFS= read -r -t 15 line || status=$?
+        IFS= read -r -t 15 piece || status=$?
+        # What came before the time was up is the beginning of a line.
+        line+="$piece"
         if ((status == 0)); then
-            last="$line"
+            if [[ "$line" == *[[:alnum:]]* ]]; then last="$line"; fi
+            line=""
         elif ((status < 128)); then
             break
         fi
         if [[ -t 1 ]]; then
             printf '\r\033[K    %.100s' "$last"
-        elif ((SECONDS - shown >= 15)); then
-            printf '    … %.150s\n' "$last"
+        elif ((SECONDS - shown >= 30)); then
+            # Leaders of dots and columns of blanks are for a terminal's width.
+            said="$(tr -s '. ' <<<"$last")"
+            printf '    after %d s: %.110s\n' "$SECONDS" "${said# }"
             shown=$SECONDS
         fi
     done
@@ -76,7 +126,7 @@ run_logged() {
     (
         set -e
         "$@"
-    ) </dev/null 2>&1 | tee "$log" | show_progress
+    ) </dev/null 2>&1 8>&- | tee "$log" | show_progress
     logged_status=${PIPESTATUS[0]}
     set -e
     logged_seconds=$((SECONDS - begin))

@@ -112,8 +112,10 @@ def main():
     cache = os.path.join(root, "build", "tidy-cache")
     os.makedirs(cache, exist_ok=True)
     version = subprocess.run([TIDY, "--version"], capture_output=True, check=True).stdout
-    with open(".clang-tidy", "rb") as file:
-        configuration = version + file.read()
+    configuration = version
+    for path in (".clang-tidy", os.path.join("tests", ".clang-tidy")):
+        with open(path, "rb") as file:
+            configuration += file.read()
 
     work = list(entries(options.folders, root))
     findings, in_headers, bad_sources, reused = set(), 0, 0, 0

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "agent/LinePrinter.h"
 #include "control/ControlServer.h"
 #include "core/AppCoordinator.h"
 #include "core/Version.h"
@@ -27,12 +28,6 @@ namespace {
 
 using namespace quillbay;
 
-void printLine(const std::string& line) {
-    std::fputs((line + "\n").c_str(), stdout);
-    // A reader of the pipe waits for each sentence, not for a full buffer.
-    std::fflush(stdout);
-}
-
 constexpr const char* usageText =
     "usage: quillbay-agent [--help | --version]\n"
     "\n"
@@ -47,6 +42,8 @@ void runCoordinator(AsioMainQueue& mainQueue, NetworkThreads& network) {
     if (::sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler != SIG_IGN) signals.add(SIGHUP);
     signals.async_wait([&](const boost::system::error_code&, int) { mainQueue.stop(); });
 
+    LinePrinter printer;
+    const auto printLine = [&printer](const std::string& line) { printer.print(line); };
     SystemClock clock;
     SystemRandomSource random;
     BackgroundWork background;
@@ -96,7 +93,7 @@ int run() {
 
 int main(int argc, char** argv) {
     if (argc == 2 && std::string(argv[1]) == "--version") {
-        printLine(std::string("quillbay-agent ") + applicationVersion());
+        std::printf("quillbay-agent %s\n", applicationVersion());
         return 0;
     }
     if (argc == 2 && (std::string(argv[1]) == "--help" || std::string(argv[1]) == "-h")) {

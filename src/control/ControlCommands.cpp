@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 #include <variant>
 
@@ -84,8 +85,8 @@ void ControlCommands::carryOut(const control::Scan& request, const Answer& answe
         answer->last(control::scanResultDocument(report, progress->probed, progress->total));
     };
     observer.onCancelled = [answer] { answer->refuse("The scan was ended before it was done."); };
-    answer->lastsWhileWanted([this, id = profile.id()] { coordinator_.cancelDiagnose(id); });
-    coordinator_.diagnose(profile, std::move(observer));
+    const std::uint64_t number = coordinator_.diagnose(profile, std::move(observer));
+    answer->lastsWhileWanted([this, id = profile.id(), number] { coordinator_.cancelDiagnose(id, number); });
 }
 
 void ControlCommands::carryOut(const control::Log& request, const Answer& answer) {

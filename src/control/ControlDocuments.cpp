@@ -1,5 +1,7 @@
 #include "control/ControlDocuments.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -16,9 +18,28 @@ namespace {
 
 using Document = nlohmann::ordered_json;
 
+/// JSON asks for the control characters of ASCII's first range to be escaped; terminals obey the others
+/// (U+007F to U+009F), too. `json` is UTF-8, and such characters stand nowhere but in its texts.
+std::string withControlsEscaped(std::string_view json) {
+    constexpr auto deleteCharacter = '\x7f';
+    constexpr auto firstByteOfTheOthers = '\xc2';
+    std::string escaped;
+    escaped.reserve(json.size());
+    for (std::size_t index = 0; index < json.size(); ++index) {
+        const bool isOther = json[index] == firstByteOfTheOthers && index + 1 < json.size() &&
+                             static_cast<unsigned char>(json[index + 1]) < 0xa0U;
+        if (isOther || json[index] == deleteCharacter)
+            escaped += fmt::format("\\u{:04x}", static_cast<unsigned char>(json[isOther ? ++index : index]));
+        else
+            escaped += json[index];
+    }
+    return escaped;
+}
+
 std::string oneLine(const Document& document) {
     constexpr int noIndent = -1;
-    return document.dump(noIndent, ' ', false, Document::error_handler_t::replace) + "\n";
+    return withControlsEscaped(document.dump(noIndent, ' ', false, Document::error_handler_t::replace)) +
+           "\n";
 }
 
 template <typename Value>

@@ -1,23 +1,38 @@
 #include "control/ControlNames.h"
 
-#include <algorithm>
+#include <cstddef>
 
 #include "control/ControlRequest.h"
 #include "platform/Text.h"
 
 namespace quillbay::control {
 
+namespace {
+
+/// Unicode's general category Cc. `text` is UTF-8.
+bool hasControls(std::string_view text) {
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const auto byte = static_cast<unsigned char>(text[index]);
+        if (byte < 0x20U || byte == 0x7fU) return true;
+        if (byte == 0xc2U && index + 1 < text.size() && static_cast<unsigned char>(text[index + 1]) < 0xa0U)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 std::string checkedDisplayName(std::string_view name) {
     std::string kept = trimmed(name);
     if (kept.empty()) throw RefusedRequest("The name is empty.");
-    const bool hasControls = std::any_of(kept.begin(), kept.end(), [](char c) {
-        constexpr unsigned char firstPrintable = 0x20;
-        constexpr unsigned char deleteCharacter = 0x7f;
-        const auto byte = static_cast<unsigned char>(c);
-        return byte < firstPrintable || byte == deleteCharacter;
-    });
-    if (hasControls) throw RefusedRequest("A name must not contain control characters.");
+    if (hasControls(kept)) throw RefusedRequest("A name must not contain control characters.");
     return kept;
+}
+
+void checkAddress(std::string_view address) {
+    const std::string kept = trimmedBlanks(address);
+    if (kept.empty()) throw RefusedRequest("The address is empty.");
+    if (hasControls(kept)) throw RefusedRequest("An address must not contain control characters.");
 }
 
 }  // namespace quillbay::control

@@ -14,6 +14,7 @@ namespace quillbay {
 void ControlCommands::carryOut(const control::Pair& request, const Answer& answer) {
     // What can be refused at once is.
     static_cast<void>(control::checkedDisplayName(request.name));
+    if (request.address) control::checkAddress(*request.address);
     const std::string provider = request.provider.value_or(manualProviderID);
     if (request.peer || provider != manualProviderID) static_cast<void>(control::findProvider(provider));
     whenPhonesAreKnown(answer, [this, request, weak = std::weak_ptr(answer)] {
@@ -33,8 +34,8 @@ void ControlCommands::pair(const control::Pair& request, const CapturedBonjourSe
         savePaired(
             request, service, providerID,
             [&](DeviceProfile& profile) {
-                if (!applyManualAddress(profile, providerID, *request.address))
-                    throw RefusedRequest("The address is empty.");
+                // It is not empty, or it would have been refused.
+                static_cast<void>(applyManualAddress(profile, providerID, *request.address));
             },
             answer);
         return;

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -158,11 +159,13 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
 
     /// Scans the phone's address for its port and says in the log what came of it. Changes neither the
     /// profile nor, unless it is just starting, its bridge. All callbacks run on the main queue. A scan of
-    /// the same profile that runs already is cancelled.
-    void diagnose(DeviceProfile profile, ScanObserver observer = {});
+    /// the same profile that runs already is cancelled. Returns the scan's number.
+    std::uint64_t diagnose(DeviceProfile profile, ScanObserver observer = {});
 
     /// Ends the scan of this profile at once, if there is one.
     void cancelDiagnose(const std::string& profileID);
+    /// The same for the scan with this number alone: whoever began one must not end another's.
+    void cancelDiagnose(const std::string& profileID, std::uint64_t number);
 
     // For the support team.
 
@@ -247,16 +250,19 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     void receiveCapture();
     void watchAddress();
 
+    void startCapture();
     void checkCapturedServices();
     void followClock();
     void askForQuietServices();
+    void lookAgainForFormerProxies();
     void takeCapture(CaptureInbox::Content content);
     void endNamesRefresh(const std::vector<DeviceCtl>& devices);
 
     [[nodiscard]] std::shared_ptr<MeshVPNProvider> makeProvider(const MeshVPNProviderType& type) const;
     void beginRefresh(const std::string& providerID);
     void endRefresh(const std::string& providerID, std::uint64_t run, Listing listing);
-    void finish(Refresh& refresh);
+    /// Says that `part` has changed and tells those who waited for it.
+    void finish(Refresh& refresh, Published part);
     void keepBinaryPath(const std::string& path, const std::string& providerID);
 
     [[nodiscard]] std::shared_ptr<ProxyBridge> makeBridge(const DeviceProfile& profile) const;
@@ -291,8 +297,10 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     std::optional<ServiceInquiries> inquiries_;
     std::unique_ptr<RepeatingTimer> staleCheckTimer_;
     std::optional<std::chrono::steady_clock::time_point> discoveryStarted_;
-    /// How far the time of day is ahead of the time that only goes forward.
-    std::chrono::nanoseconds clockLead_{};
+    /// When the captured services were last checked; nothing before discovery has started.
+    std::optional<std::chrono::system_clock::time_point> lastCheck_;
+    /// What this computer announced at the last check, or when the capture was started after that.
+    std::set<std::string> proxiedHosts_;
 
     std::map<std::string, std::shared_ptr<MeshVPNProvider>> providersByID_;
     std::vector<std::shared_ptr<MeshVPNProvider>> installedProviders_;

@@ -1,5 +1,6 @@
 // The coordinator's look at the local network: captured services, their age and their names.
 
+#include <algorithm>
 #include <chrono>
 #include <set>
 #include <system_error>
@@ -23,10 +24,6 @@ constexpr std::chrono::seconds staleAge{15};
 /// minutes (RFC 6762, section 10), and one that comes back after that is reported anew.
 constexpr std::chrono::seconds missingAge{180};
 
-std::chrono::nanoseconds leadOfTheTimeOfDay(const Clock& clock) {
-    return clock.now().time_since_epoch() - clock.steadyNow().time_since_epoch();
-}
-
 }  // namespace
 
 void AppCoordinator::askForServices(ServiceQuestion question) {
@@ -39,6 +36,8 @@ void AppCoordinator::askForServices(ServiceQuestion question) {
     inquiries_.emplace(host_, std::move(question), [weak = weak_from_this()](const std::string& host) {
         const auto coordinator = weak.lock();
         if (!coordinator) return;
+        // Announced by a bridge that began while the question was under way: this computer has answered it.
+        if (coordinator->proxyHosts_->all().contains(lowercased(host))) return;
         if (coordinator->capturedServices_.markSeen(host, coordinator->host_.clock.now()))
             coordinator->published.notify(Published::capturedServices);
     });
@@ -57,14 +56,19 @@ void AppCoordinator::receiveCapture() {
 }
 
 void AppCoordinator::startDiscovery() {
-    bonjourCapture_.start(pairingServiceType, "local");
-    logs_.diagnostic(std::string("Bonjour scan started (") + pairingServiceType + ")");
+    startCapture();
     discoveryStarted_ = host_.clock.steadyNow();
-    clockLead_ = leadOfTheTimeOfDay(host_.clock);
+    followClock();
     staleCheckTimer_ =
         std::make_unique<RepeatingTimer>(host_.mainQueue, timeBetweenChecks, [weak = weak_from_this()] {
             if (const auto coordinator = weak.lock()) coordinator->checkCapturedServices();
         });
+}
+
+void AppCoordinator::startCapture() {
+    proxiedHosts_ = proxyHosts_->all();
+    bonjourCapture_.start(pairingServiceType, "local");
+    logs_.diagnostic(std::string("Bonjour scan started (") + pairingServiceType + ")");
 }
 
 void AppCoordinator::takeCapture(CaptureInbox::Content content) {
@@ -92,17 +96,30 @@ void AppCoordinator::checkCapturedServices() {
     pruneStaleCapturedServices(staleAge);
     capturedServices_.forgetMissing(host_.clock.now() - missingAge);
     askForQuietServices();
+    lookAgainForFormerProxies();
 }
 
 void AppCoordinator::followClock() {
-    // A computer that slept, or whose clock was set, has not heard less of the phones for that. Ordinary
-    // corrections are far smaller than this.
-    constexpr std::chrono::seconds smallestStep{1};
-    const std::chrono::nanoseconds lead = leadOfTheTimeOfDay(host_.clock);
-    const std::chrono::nanoseconds step = lead - std::exchange(clockLead_, lead);
-    if (std::chrono::abs(step) < smallestStep) return;
-    capturedServices_.shiftTimes(std::chrono::duration_cast<std::chrono::system_clock::duration>(step));
+    const auto now = host_.clock.now();
+    const auto before = std::exchange(lastCheck_, now);
+    if (!before) return;
+    // A computer that slept, or whose clock was set, has not heard less of the phones for that. Only the time
+    // of day shows it everywhere: the time that goes forward stands still in a Linux computer's sleep, and
+    // goes on in a Mac's. Nothing else makes a check come as late as this.
+    const auto step = now - *before - timeBetweenChecks;
+    if (std::chrono::abs(step) <= timeBetweenChecks) return;
+    capturedServices_.shiftTimes(step, now);
     published.notify(Published::capturedServices);
+}
+
+void AppCoordinator::lookAgainForFormerProxies() {
+    // The record of a phone that came home while it was bridged was left out as this computer's own, and is
+    // not printed again when that goes: only a new capture sees it.
+    const std::set<std::string> hosts = proxyHosts_->all();
+    if (std::includes(hosts.begin(), hosts.end(), proxiedHosts_.begin(), proxiedHosts_.end()))
+        proxiedHosts_ = hosts;
+    else
+        startCapture();
 }
 
 void AppCoordinator::askForQuietServices() {
@@ -114,6 +131,9 @@ void AppCoordinator::askForQuietServices() {
             // This computer itself would answer for the host that it announces.
             if (service.lastSeen <= quietSince && !ownHosts.contains(lowercased(service.host)))
                 quiet.push_back(service);
+    // Nobody asks for these, and they may be large.
+    for (CapturedBonjourService& service : quiet)
+        service.txt.clear();
     inquiries_->ask(std::move(quiet));
 }
 
@@ -143,8 +163,7 @@ void AppCoordinator::refreshDeviceNames(Task done) {
 void AppCoordinator::endNamesRefresh(const std::vector<DeviceCtl>& devices) {
     deviceNames_.learn(devices);
     capturedServices_.applyNames(deviceNames_);
-    published.notify(Published::capturedServices);
-    finish(namesRefresh_);
+    finish(namesRefresh_, Published::capturedServices);
 }
 
 }  // namespace quillbay

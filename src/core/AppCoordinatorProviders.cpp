@@ -88,13 +88,15 @@ void AppCoordinator::endRefresh(const std::string& providerID, std::uint64_t run
         devicesByProviderID_[providerID] = std::move(listing.devices);
         lastErrorByProviderID_.erase(providerID);
     }
-    published.notify(Published::devices);
-    finish(refresh);
+    finish(refresh, Published::devices);
 }
 
-void AppCoordinator::finish(Refresh& refresh) {
+void AppCoordinator::finish(Refresh& refresh, Published part) {
+    // Both before anybody is told: who is told may begin the next refresh, which is not over then.
     refresh.work.reset();
-    for (const Task& done : std::exchange(refresh.waiting, {}))
+    const std::vector<Task> waiting = std::exchange(refresh.waiting, {});
+    published.notify(part);
+    for (const Task& done : waiting)
         done();
 }
 

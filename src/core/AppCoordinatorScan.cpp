@@ -12,14 +12,15 @@
 
 namespace quillbay {
 
-void AppCoordinator::diagnose(DeviceProfile profile, ScanObserver observer) {
+std::uint64_t AppCoordinator::diagnose(DeviceProfile profile, ScanObserver observer) {
     const std::string id = profile.id();
     cancelDiagnose(id);
     logs_.diagnostic(profile.displayName + ": user-triggered port scan on " + profile.providerIP);
 
     const auto running = bridgesByProfileID_.find(id);
     Diagnosis started;
-    started.number = ++diagnosisCount_;
+    const std::uint64_t startedNumber = ++diagnosisCount_;
+    started.number = startedNumber;
     started.bridge = running != bridgesByProfileID_.end() ? running->second : makeBridge(profile);
     started.observer = std::move(observer);
     started.total = controlChannelScan(started.bridge->profile()).portCount();
@@ -36,6 +37,7 @@ void AppCoordinator::diagnose(DeviceProfile profile, ScanObserver observer) {
     started.profile = std::move(profile);
     diagnosisByProfileID_.insert_or_assign(id, std::move(started));
     beginScan(id);
+    return startedNumber;
 }
 
 void AppCoordinator::beginScan(const std::string& profileID) {
@@ -100,6 +102,10 @@ void AppCoordinator::cancelDiagnose(const std::string& profileID) {
     cancelled.bridge->cancelDiscovery();
     // Later, because whoever is told may begin the next scan.
     if (cancelled.observer.onCancelled) host_.mainQueue.post(std::move(cancelled.observer.onCancelled));
+}
+
+void AppCoordinator::cancelDiagnose(const std::string& profileID, std::uint64_t number) {
+    if (diagnosis(profileID, number) != nullptr) cancelDiagnose(profileID);
 }
 
 void AppCoordinator::cancelScansOf(const ProxyBridge& bridge) {

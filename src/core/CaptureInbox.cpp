@@ -18,10 +18,15 @@ CaptureInbox::CaptureInbox(MainQueue& mainQueue, std::function<void(Content)> de
 void CaptureInbox::putService(CapturedBonjourService service) {
     const std::lock_guard lock(mutex_);
     const auto waiting = newestByHost_.find(service.host);
-    if (waiting != newestByHost_.end()) {
+    const bool isNew = waiting == newestByHost_.end();
+    const std::size_t bytes =
+        bytes_ - (isNew ? 0 : CapturedServices::cost(waiting->second)) + CapturedServices::cost(service);
+    if (bytes > CapturedServices::maxBytes) return;
+    if (isNew && newestByHost_.size() >= CapturedServices::maxServices) return;
+    bytes_ = bytes;
+    if (!isNew) {
         waiting->second = std::move(service);
     } else {
-        if (newestByHost_.size() >= CapturedServices::maxServices) return;
         std::string host = service.host;
         newestByHost_.emplace(std::move(host), std::move(service));
     }
@@ -48,6 +53,7 @@ CaptureInbox::Content CaptureInbox::take() {
     for (auto& [host, service] : newestByHost_)
         content.services.push_back(std::move(service));
     newestByHost_.clear();
+    bytes_ = 0;
     content.lines = std::exchange(lines_, {});
     return content;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -26,7 +27,8 @@ class CaptureInbox : public std::enable_shared_from_this<CaptureInbox> {
     /// `deliver` runs on the main queue. `mainQueue` must outlive the inbox.
     CaptureInbox(MainQueue& mainQueue, std::function<void(Content)> deliver);
 
-    // Both may be called on any thread. Beyond 10,000 hosts and 1,000 lines that wait, new ones are dropped.
+    // Both may be called on any thread. Beyond 10,000 hosts, 32 MiB of their records and 1,000 lines that
+    // wait, new ones are dropped.
 
     void putService(CapturedBonjourService service);
     void putLine(std::string line);
@@ -39,6 +41,7 @@ class CaptureInbox : public std::enable_shared_from_this<CaptureInbox> {
     std::function<void(Content)> deliver_;
     std::mutex mutex_;
     std::map<std::string, CapturedBonjourService> newestByHost_;
+    std::size_t bytes_ = 0;
     std::vector<std::string> lines_;
     bool posted_ = false;
 };

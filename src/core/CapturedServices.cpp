@@ -30,7 +30,23 @@ bool mayBeSameDevice(const CapturedBonjourService& earlier, const CapturedBonjou
     return before == nullptr || now == nullptr || *before == *now;
 }
 
+std::size_t costOf(const std::vector<CapturedBonjourService>& services) {
+    std::size_t bytes = 0;
+    for (const CapturedBonjourService& service : services)
+        bytes += CapturedServices::cost(service);
+    return bytes;
+}
+
 }  // namespace
+
+std::size_t CapturedServices::cost(const CapturedBonjourService& service) {
+    /// What a node of a map and two strings take beside their text.
+    constexpr std::size_t entryBytes = 128;
+    std::size_t bytes = sizeof service + service.name.size() + service.host.size();
+    for (const auto& [key, value] : service.txt)
+        bytes += key.size() + value.size() + entryBytes;
+    return bytes;
+}
 
 std::vector<CapturedBonjourService>::iterator CapturedServices::place(const std::string& host) {
     return std::lower_bound(sorted_.begin(), sorted_.end(), host,
@@ -51,12 +67,21 @@ void CapturedServices::upsert(std::vector<CapturedBonjourService> services, cons
         if (earlier != nullptr && !service.resolvedDeviceName && mayBeSameDevice(*earlier, service))
             service.resolvedDeviceName = earlier->resolvedDeviceName;
         applyName(service, names);
+        if (earlier == nullptr) {
+            const auto inBatch = added.find(service.host);
+            if (inBatch != added.end()) earlier = &inBatch->second;
+        }
+        const std::size_t bytes = sortedBytes_ - (earlier != nullptr ? cost(*earlier) : 0) + cost(service);
+        if (bytes > maxBytes) continue;
         if (earlier != nullptr) {
             *earlier = std::move(service);
         } else if (sorted_.size() + added.size() < maxServices) {
             std::string host = service.host;
-            added.insert_or_assign(std::move(host), std::move(service));
+            added.emplace(std::move(host), std::move(service));
+        } else {
+            continue;
         }
+        sortedBytes_ = bytes;
     }
     std::erase_if(missing_, [&](const auto& service) { return added.contains(service.host); });
     insert(std::move(added));
@@ -91,6 +116,9 @@ bool CapturedServices::markSeen(const std::string& host, std::chrono::system_clo
     const auto missing = std::find_if(missing_.begin(), missing_.end(),
                                       [&](const auto& service) { return service.host == host; });
     if (missing == missing_.end() || sorted_.size() >= maxServices) return false;
+    const std::size_t bytes = sortedBytes_ + cost(*missing);
+    if (bytes > maxBytes) return false;
+    sortedBytes_ = bytes;
     missing->lastSeen = time;
     sorted_.insert(place(host), std::move(*missing));
     missing_.erase(missing);
@@ -99,12 +127,17 @@ bool CapturedServices::markSeen(const std::string& host, std::chrono::system_clo
 
 bool CapturedServices::keepSeenAfter(std::chrono::system_clock::time_point cutoff) {
     std::vector<CapturedBonjourService> kept;
+    std::size_t missingBytes = costOf(missing_);
     for (CapturedBonjourService& service : sorted_) {
         if (service.lastSeen > cutoff) {
             kept.push_back(std::move(service));
-        } else if (missing_.size() < maxServices) {
-            missing_.push_back(std::move(service));
+            continue;
         }
+        const std::size_t bytes = cost(service);
+        sortedBytes_ -= bytes;
+        if (missing_.size() >= maxServices || missingBytes + bytes > maxBytes) continue;
+        missingBytes += bytes;
+        missing_.push_back(std::move(service));
     }
     if (std::exchange(sorted_, std::move(kept)).size() == sorted_.size()) return false;
     return true;
@@ -120,10 +153,12 @@ void CapturedServices::applyNames(const DeviceNames& names) {
             applyName(service, names);
 }
 
-void CapturedServices::shiftTimes(std::chrono::system_clock::duration step) {
+void CapturedServices::shiftTimes(std::chrono::system_clock::duration step,
+                                  std::chrono::system_clock::time_point now) {
+    const bool setBack = step < std::chrono::system_clock::duration::zero();
     for (auto* services : {&sorted_, &missing_})
         for (CapturedBonjourService& service : *services)
-            service.lastSeen += step;
+            if (!setBack || service.lastSeen > now) service.lastSeen = std::min(service.lastSeen + step, now);
 }
 
 }  // namespace quillbay

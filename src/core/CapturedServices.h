@@ -12,13 +12,19 @@
 namespace quillbay {
 
 /// The phones that are on the local network now, one per host, sorted by host. Bounded, because anybody on
-/// the network can announce phones: beyond the bound, a host that is not in the list does not get in.
+/// the network can announce phones: beyond the bound, a record for which there is no room does not get in.
 ///
 /// A phone that has fallen silent goes off the list and is missing for a while. A daemon that still remembers
 /// its record does not report it anew when the phone comes back: then only asking brings it back to the list.
 class CapturedServices {
  public:
     static constexpr std::size_t maxServices = 10'000;
+    /// Beside the number, the memory that they take (as estimated), the missing ones not counted: they may
+    /// take as much again.
+    static constexpr std::size_t maxBytes = std::size_t{32} * 1024 * 1024;
+
+    /// The memory that a service takes, roughly.
+    static std::size_t cost(const CapturedBonjourService& service);
 
     [[nodiscard]] const std::vector<CapturedBonjourService>& sorted() const { return sorted_; }
 
@@ -43,8 +49,9 @@ class CapturedServices {
     /// Gives each the name that is known for it now.
     void applyNames(const DeviceNames& names);
 
-    /// Moves all times by `step`: the clock that they were read from has been set.
-    void shiftTimes(std::chrono::system_clock::duration step);
+    /// Moves the times by `step`, which passed unnoticed before `now` or by which the clock was set back. Of
+    /// those that were read from it since, none comes to lie in the future.
+    void shiftTimes(std::chrono::system_clock::duration step, std::chrono::system_clock::time_point now);
 
  private:
     /// Where the service with this host stands, or would stand.
@@ -53,6 +60,7 @@ class CapturedServices {
     /// Takes services whose hosts are not in the list, by host.
     void insert(std::map<std::string, CapturedBonjourService> added);
     std::vector<CapturedBonjourService> sorted_;
+    std::size_t sortedBytes_ = 0;
     std::vector<CapturedBonjourService> missing_;
 };
 

@@ -18,11 +18,14 @@ namespace quillbay {
 /// a file. Lives on the main queue and is owned by the coordinator; the log is read there, everything that
 /// blocks runs in the background. When the owner drops it, reports that are under way end without a word.
 ///
-///     sendToSupport ─ waits for earlier ones ─ archive ──┬─ mail with the archive ── opened ── done
-///                                                │       ├─ refused ─ reveal ─ mail without ── opened ──
-///                                                done │       │                          └─ else ─ mailto:
-///                                                ── done │       └─ no composer ─ reveal ─ mailto: ── done
-///                                                └─ failed ── user line ── done
+///     sendToSupport ─ after earlier ones ─ archive
+///         made ─ mail with the archive
+///             opened ─────────────────────────────────────────── done
+///             refused ─ reveal ─ mail without it
+///                 opened ─────────────────────── user line ───── done
+///                 else ─ mailto: ─────────────── user line ───── done
+///             no composer ─ reveal ─ mailto: ─── user line ───── done
+///         failed ─────────────────────────────── user line ───── done
 class DiagnosticsReport : public std::enable_shared_from_this<DiagnosticsReport> {
  public:
     /// A log of 5,000 lines is packed in well under a second.

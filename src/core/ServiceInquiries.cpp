@@ -1,11 +1,15 @@
 #include "core/ServiceInquiries.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <string_view>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 namespace quillbay {
@@ -14,8 +18,8 @@ namespace {
 
 constexpr std::chrono::milliseconds answerTime{1500};
 
-// Silence takes the whole answer time. With this many questions at once, some hundred phones that have just
-// left do not keep one that is still there from being asked in time.
+// Silence takes the whole answer time. With this many questions at once, a hundred phones that have just left
+// do not keep one that is still there from being asked in time.
 constexpr std::size_t maxWorkers = 16;
 
 // A multicast packet that is lost in the air is not sent again by anybody else.
@@ -37,6 +41,8 @@ struct ServiceInquiries::Shared {
     std::mutex mutex;
     std::deque<Inquiry> waiting;
     std::set<std::string> asking;
+    /// How often each of those who are asked for has been silent since its last answer.
+    std::map<std::string, std::uint64_t> silences;
     std::size_t workers = 0;
 
     Shared(MainQueue& queue, Question asked, std::function<void(const std::string& host)> told)
@@ -58,9 +64,28 @@ struct ServiceInquiries::Shared {
     void asked(Inquiry inquiry, PresenceAnswer answer) {
         const std::lock_guard lock(mutex);
         asking.erase(inquiry.service.host);
+        const auto silence = silences.find(inquiry.service.host);
+        if (silence != silences.end() && answer == PresenceAnswer::answered) silence->second = 0;
+        if (answer != PresenceAnswer::silent) return;
+        if (silence != silences.end()) ++silence->second;
         // Behind the others, which have not been asked for at all yet.
-        if (answer == PresenceAnswer::silent && ++inquiry.attempts < maxAttempts)
-            waiting.push_back(std::move(inquiry));
+        if (++inquiry.attempts < maxAttempts) waiting.push_back(std::move(inquiry));
+    }
+
+    /// Replaces what waits. Those who were silent least often come first: however many have left, and however
+    /// often they are asked for in vain, one that has just been heard does not wait for them.
+    void replaceWaiting(std::vector<CapturedBonjourService> services) {
+        std::map<std::string, std::uint64_t> earlier = std::exchange(silences, {});
+        for (const CapturedBonjourService& service : services)
+            silences.emplace(service.host, earlier[service.host]);
+        waiting.clear();
+        for (CapturedBonjourService& service : services)
+            if (!asking.contains(service.host)) waiting.push_back({std::move(service)});
+        const auto rank = [&](const Inquiry& inquiry) {
+            return std::tuple(silences.at(inquiry.service.host), std::string_view(inquiry.service.host));
+        };
+        std::sort(waiting.begin(), waiting.end(),
+                  [&](const Inquiry& one, const Inquiry& other) { return rank(one) < rank(other); });
     }
 
     void work(const StopToken& token) {
@@ -86,9 +111,7 @@ void ServiceInquiries::ask(std::vector<CapturedBonjourService> services) {
     std::size_t wanted = 0;
     {
         const std::lock_guard lock(shared_->mutex);
-        shared_->waiting.clear();
-        for (CapturedBonjourService& service : services)
-            if (!shared_->asking.contains(service.host)) shared_->waiting.push_back({std::move(service)});
+        shared_->replaceWaiting(std::move(services));
         wanted = std::min(maxWorkers, shared_->waiting.size());
         wanted -= std::min(wanted, shared_->workers);
         shared_->workers += wanted;

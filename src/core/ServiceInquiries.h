@@ -29,8 +29,8 @@ class ServiceInquiries {
     ServiceInquiries(const ServiceInquiries&) = delete;
     ServiceInquiries& operator=(const ServiceInquiries&) = delete;
 
-    /// Asks for these, except for those that are just being asked for. What still waits from an earlier call
-    /// is forgotten.
+    /// Asks for these, except for those that are just being asked for; those who answered when they were last
+    /// asked come before those who did not. What still waits from an earlier call is forgotten.
     void ask(std::vector<CapturedBonjourService> services);
 
  private:

@@ -5,9 +5,11 @@
 #include <array>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <system_error>
 #include <utility>
 
 #include "ctl/Arguments.h"
+#include "platform/Utf8.h"
 
 namespace quillbay::ctl {
 
@@ -79,7 +81,13 @@ Document report(const Arguments& arguments) {
     arguments.expect({});
     const std::string to = arguments.required("--to");
     if (to.empty()) throw UsageRefusal("--to needs the name of a file");
-    return {{"to", std::filesystem::absolute(to).lexically_normal().native()}};
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::absolute(to, error).lexically_normal();
+    if (error)
+        throw UsageRefusal("--to needs an absolute path: this folder has no name (" + error.message() + ")");
+    // A name that is changed on its way would be another file's.
+    if (!isValidUtf8(path.native())) throw UsageRefusal("--to needs a path that is UTF-8");
+    return {{"to", path.native()}};
 }
 
 /// PROVIDER:NAME. A provider's id has no colon, a name may have one.

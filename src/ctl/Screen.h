@@ -17,6 +17,7 @@ class Screen {
     Screen();
 
     [[nodiscard]] bool isTerminal() const { return isTerminal_; }
+    [[nodiscard]] bool readerIsGone() const { return readerIsGone_; }
 
     /// Prints whole lines, in the place of the progress. Throws std::system_error when they cannot be
     /// written.

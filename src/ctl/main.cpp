@@ -45,7 +45,8 @@ void endOnInterrupt() {
     std::signal(SIGINT, endAtOnce);
 }
 
-/// Shows one document. True when the answer is at its end, with `status` as that of the program.
+/// Shows one document. True when the answer is at its end, with `status` as that of the program, or when
+/// nobody is left to read what is still to come.
 bool show(const Ask& ask, const std::string& document, Screen& screen, int& status) {
     const ShownDocument shown =
         showDocument(ask.command, document, Style::of(screen.isTerminal()), std::chrono::system_clock::now());
@@ -58,7 +59,7 @@ bool show(const Ask& ask, const std::string& document, Screen& screen, int& stat
         screen.showProgress(shown.text);
     else if (shown.kind != Kind::refused)
         screen.print(shown.text);
-    if (shown.kind != Kind::refused) return shown.kind == Kind::last;
+    if (shown.kind != Kind::refused) return shown.kind == Kind::last || screen.readerIsGone();
     screen.clearProgress();
     status = fail(refused, shown.text);
     return true;
@@ -99,9 +100,9 @@ int main(int argc, char** argv) {
     // A reader that goes away is seen where it is written to.
     std::signal(SIGPIPE, SIG_IGN);
     ctl::endOnInterrupt();
-    const ctl::CommandLine commandLine =
-        ctl::parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
     try {
+        const ctl::CommandLine commandLine =
+            ctl::parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
         return std::visit([](const auto& command) { return ctl::execute(command); }, commandLine);
     } catch (const ctl::NothingRunning& nothing) {
         return ctl::fail(ctl::nothingRunning, nothing.what());

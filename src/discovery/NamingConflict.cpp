@@ -29,7 +29,7 @@ std::string hostBaseName(std::string_view host) {
 
 std::optional<std::string> withoutConflictSuffix(std::string_view name) {
     const std::size_t hyphen = name.find_last_not_of("0123456789");
-    if (hyphen == std::string_view::npos || name[hyphen] != '-') return std::nullopt;
+    if (hyphen == std::string_view::npos || hyphen == 0 || name[hyphen] != '-') return std::nullopt;
     const std::string_view digits = name.substr(hyphen + 1);
     if (digits.empty() || digits.front() == '0' || digits == "1") return std::nullopt;
     return std::string(name.substr(0, hyphen));

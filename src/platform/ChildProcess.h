@@ -56,7 +56,8 @@ class ChildProcess {
     /// False once the child has ended.
     [[nodiscard]] bool isRunning() const;
 
-    /// Asks the child to end (SIGTERM) without waiting. Nothing happens once it has ended.
+    /// Asks the child and what it has started in its group to end (SIGTERM) without waiting. Nothing happens
+    /// once the child has ended.
     void terminate() const;
 
     /// Blocks until the child has ended: for ever, if it does not.

@@ -32,8 +32,9 @@ enum class MailAnswer {
 };
 
 /// What the desktop does for programs. Called on the main queue, never blocks, and answers there, once, a
-/// little later; a desktop that does not answer counts as one that cannot do it, after some seconds. When the
-/// background work ends, answers that are still due do not come any more.
+/// little later. A desktop that does not answer counts as one that cannot do it, after some seconds; one that
+/// has taken a request and does not say what became of it counts as one that did it, after a minute. When
+/// the background work ends, answers that are still due do not come any more.
 class DesktopServices {
  public:
     virtual ~DesktopServices() = default;

@@ -21,17 +21,20 @@ class AlreadyRunningError : public std::runtime_error {
     std::optional<pid_t> pid_;
 };
 
-/// What at most one program of a user holds at a time: a lock on a file that lasts as long as this object,
+/// What at most one program of a user holds at a time: a lock on a folder that lasts as long as this object,
 /// and no longer than the process, however that ends. Children do not hold it.
+///
+/// It is the folder and no file in it: runtime folders are tidied by programs that remove old files, and
+/// then two could lock two files of one name. A folder with a socket in it stays.
 class InstanceLock {
  public:
-    /// Takes the lock in `folder`, without waiting. Throws AlreadyRunningError, and std::system_error when
-    /// the file cannot be made or locked.
+    /// Takes the lock on `folder`, without waiting. Throws AlreadyRunningError, and std::system_error when it
+    /// cannot be opened or locked.
     static InstanceLock take(const std::filesystem::path& folder);
 
  private:
-    explicit InstanceLock(UniqueDescriptor file) : file_(std::move(file)) {}
-    UniqueDescriptor file_;
+    explicit InstanceLock(UniqueDescriptor folder) : folder_(std::move(folder)) {}
+    UniqueDescriptor folder_;
 };
 
 }  // namespace quillbay

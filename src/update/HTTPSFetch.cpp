@@ -15,6 +15,10 @@ namespace {
 // A service that has moved needs one or two.
 constexpr long mostRedirects = 5;
 
+// Of all answers together, redirects, interim answers and trailers included: the library keeps them, some
+// versions without a bound, and the later ones take too many for a connection that was lost.
+constexpr std::size_t headerLimitBytes = std::size_t{256} * 1024;
+
 // libcurl wakes earlier for every time that it keeps; this only bounds a wait in which nothing is due.
 constexpr int longestWaitMilliseconds = 60'000;
 
@@ -57,6 +61,8 @@ class Transfer {
         setSecurity(options);
         set(CURLOPT_WRITEFUNCTION, &Transfer::take);
         set(CURLOPT_WRITEDATA, this);
+        set(CURLOPT_HEADERFUNCTION, &Transfer::countHeader);
+        set(CURLOPT_HEADERDATA, this);
         check(curl_multi_add_handle(loop_.get(), transfer_.get()));
     }
     ~Transfer() { curl_multi_remove_handle(loop_.get(), transfer_.get()); }
@@ -137,18 +143,29 @@ class Transfer {
         return count;
     }
 
+    /// Called by the library with each line of the headers; any answer but its size ends the transfer.
+    static std::size_t countHeader(const char* /*line*/, std::size_t /*one*/, std::size_t count,
+                                   void* transfer) noexcept {
+        auto& self = *static_cast<Transfer*>(transfer);
+        self.headerBytes_ += count;
+        if (self.headerBytes_ <= headerLimitBytes) return count;
+        self.tooLarge_ = true;
+        return 0;
+    }
+
     void checkResult() const {
         int left = 0;
         const CURLMsg* const message = curl_multi_info_read(loop_.get(), &left);
         const CURLcode result = message == nullptr ? CURLE_FAILED_INIT : message->data.result;
         if (result == CURLE_OK) return;
-        if (tooLarge_) throw FetchError(FetchError::Code::other, "the answer has more than 1 MiB");
+        if (tooLarge_) throw FetchError(FetchError::Code::other, "the answer is too large");
         long systemErrorNumber = 0;
         curl_easy_getinfo(transfer_.get(), CURLINFO_OS_ERRNO, &systemErrorNumber);
         throw FetchError(fetchErrorCode(result, systemErrorNumber), curl_easy_strerror(result));
     }
 
     std::string body_;
+    std::size_t headerBytes_ = 0;
     bool tooLarge_ = false;
     List headers_;
     List connectTo_;

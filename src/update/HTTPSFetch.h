@@ -29,7 +29,7 @@ struct HTTPSOptions {
 /// most five in a row. HTTPS alone, from the first request to the last, with TLS 1.2 or later and a verified
 /// certificate. No cookies, no credentials, no cache; the only header of our own is "Accept:
 /// application/json". The user's `https_proxy` and `no_proxy` are obeyed. Nothing that is abandoned is
-/// waited for, a resolver that hangs neither.
+/// waited for, a resolver that hangs neither. Headers of more than 256 KiB in all are refused as well.
 ///
 /// Blocks until the answer is there, the time is over or `token` is stopped. Throws FetchError.
 std::string fetchHTTPS(const std::string& url, const HTTPSOptions& options, const StopToken& token);

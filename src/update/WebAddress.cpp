@@ -21,14 +21,28 @@ struct FreeText {
     void operator()(char* text) const { curl_free(text); }
 };
 
+/// Whether the text has no other characters than an address is written in (RFC 3986, section 2). The parser
+/// takes nearly all others in a path; to a terminal or to the program that opens the address they may be
+/// orders.
+bool hasOnlyAddressCharacters(std::string_view text) {
+    constexpr std::string_view digits = "0123456789ABCDEFabcdef";
+    constexpr std::string_view asTheyAre =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~:/?#[]@!$&'()*+,;=%";
+    if (text.find_first_not_of(asTheyAre) != std::string_view::npos) return false;
+    for (std::size_t at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 1)) {
+        const std::string_view code = text.substr(at + 1, 2);
+        if (code.size() != 2 || code.find_first_not_of(digits) != std::string_view::npos) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool isWebAddress(std::string_view text) {
-    // The parser reads a text that ends with a zero byte, and would not see what comes behind one.
-    if (text.size() > longestAddressBytes || text.find('\0') != std::string_view::npos) return false;
+    if (text.size() > longestAddressBytes || !hasOnlyAddressCharacters(text)) return false;
     const std::unique_ptr<CURLU, FreeURL> url(curl_url());
     if (!url) throw std::bad_alloc();
-    // Strict: without flags it guesses no scheme, and takes neither blanks nor control characters.
+    // Strict: without flags it guesses no scheme.
     if (curl_url_set(url.get(), CURLUPART_URL, std::string(text).c_str(), 0) != CURLUE_OK) return false;
     char* found = nullptr;
     if (curl_url_get(url.get(), CURLUPART_SCHEME, &found, 0) != CURLUE_OK) return false;

@@ -1,6 +1,7 @@
 // The real program. It runs in a space of process ids of its own: at its start it ends every proxy
 // registration that it sees, and it must see nobody else's.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -20,6 +21,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/ForkedChild.h"
 #include "platform/RuntimeFolder.h"
+#include "profile/DeviceProfileStore.h"
 
 namespace quillbay {
 namespace {
@@ -152,6 +154,29 @@ TEST_F(AgentProgram, takes_the_place_of_one_that_was_killed) {
     const ChildProcess second = startAgent();
     ASSERT_EQ(::kill(agentOf(second), SIGTERM), 0);
     EXPECT_EQ(second.waitForExit().code, 0);
+}
+
+TEST_F(AgentProgram, a_reader_of_its_lines_that_does_not_read_holds_nothing_up) {
+    FileLocations files;
+    files.applicationSupport = folder.path() / "data";
+    DeviceProfile phone = DeviceProfile::draft(std::string(5000, 'x'));
+    phone.bonjourHost = "phone.local";
+    phone.providerID = "manual";
+    DeviceProfileStore(files, "Quillbay").save({phone});
+
+    ChildCommand command = agent();
+    command.standardOutput = ChildCommand::Output::pipe;
+    const ChildProcess child = ChildProcess::launch(command);
+    const UniqueDescriptor output = child.takeStandardOutput();
+    constexpr int smallestPipe = 4096;
+    ASSERT_GE(::fcntl(output.get(), F_SETPIPE_SZ, smallestPipe), smallestPipe);
+    ASSERT_TRUE(fakes::waitUntil([&] { return isServed(); }));
+    for (int count = 0; count < 3; ++count)
+        ASSERT_EQ(ctl({"start", "phone.local"}).status.code, 0);
+    EXPECT_TRUE(isServed());
+    ASSERT_EQ(::kill(agentOf(child), SIGTERM), 0);
+    ASSERT_TRUE(fakes::waitUntil([&] { return !child.isRunning(); }));
+    EXPECT_EQ(child.waitForExit().code, 0);
 }
 
 TEST_F(AgentProgram, refuses_a_folder_that_others_can_get_into) {

@@ -77,6 +77,13 @@ TEST_F(ControlCommandsTest, bytes_that_are_no_text_are_replaced) {
               R"("txt":{"key":"�\u0001"},"lastSeen":"2023-11-14T22:13:20Z","resolvedDeviceName":null}]})");
 }
 
+TEST_F(ControlCommandsTest, control_characters_of_every_range_are_escaped) {
+    serve();
+    discover({phone("a\x7f\xc2\x80\xc2\x9b[2J\xc2\xa0é", "iPhone.local")});
+    EXPECT_THAT(ask(R"({"command":"phones"})"),
+                ::testing::StartsWith("{\"phones\":[{\"name\":\"a\\u007f\\u0080\\u009b[2J\xc2\xa0é\","));
+}
+
 TEST_F(ControlCommandsTest, the_first_question_for_phones_starts_the_discovery_and_waits_for_it) {
     serve();
     auto first = client();
@@ -225,6 +232,8 @@ TEST_F(ControlCommandsTest, rename_refuses_names_that_are_none) {
     EXPECT_EQ(ask(R"({"command":"rename","profile":"iphone","name":" \n "})"),
               R"({"error":"The name is empty."})");
     EXPECT_EQ(ask(R"({"command":"rename","profile":"iphone","name":"a\nUSER  b"})"),
+              R"({"error":"A name must not contain control characters."})");
+    EXPECT_EQ(ask(R"({"command":"rename","profile":"iphone","name":"a\u009b2Jb"})"),
               R"({"error":"A name must not contain control characters."})");
     EXPECT_THAT(stored(), ElementsAre(profile("iphone")));
 }

@@ -155,6 +155,15 @@ TEST_F(ControlPairingTest, an_empty_name_and_an_empty_address_are_refused) {
     EXPECT_THAT(stored(), IsEmpty());
 }
 
+TEST_F(ControlPairingTest, an_address_with_control_characters_is_refused) {
+    serveWithPhone();
+    for (const char* address : {"1.2.3.4\\n", "1.2.3.4\\nforged", "1.2.3.4\\u0000", "1.2.3.4\\u009b"})
+        EXPECT_EQ(ask(std::string(R"({"command":"pair","host":"iPhone.local","name":"mine","address":")") +
+                      address + "\"}"),
+                  R"({"error":"An address must not contain control characters."})");
+    EXPECT_THAT(stored(), IsEmpty());
+}
+
 TEST_F(ControlPairingTest, pairing_again_takes_the_record_and_keeps_what_is_not_about_the_pairing) {
     DeviceProfile before = paired("manual", "1.2.3.4", "1.2.3.4");
     before.displayName = "old";

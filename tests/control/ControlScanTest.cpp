@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "control/ControlCommands.h"
 #include "control/ControlFixture.h"
 #include "fakes/FakePhone.h"
 
@@ -108,6 +109,23 @@ TEST_F(ControlScanTest, asked_for_before_the_input_ended_ends_too) {
     EXPECT_THAT(scanning.receive(), StartsWith(R"({"providers":)"));
     EXPECT_EQ(result(scanning), "(closed)");
     expectCancelled();
+}
+
+TEST_F(ControlScanTest, one_that_was_replaced_and_has_not_heard_of_it_does_not_end_its_successor) {
+    const FakePhone phone(world.phoneIP, FakePhone::Manner::silent);
+    serveWithSilent(phone);
+    ControlCommands commands(world.host, *coordinator);
+    std::string received;
+    const auto first = std::make_shared<ControlAnswer>([](const std::string&, ControlAnswer::Part) {});
+    const auto second =
+        std::make_shared<ControlAnswer>([&](const std::string& document, ControlAnswer::Part part) {
+            if (part == ControlAnswer::Part::last) received = document;
+        });
+    commands.run(control::Scan{"iphone"}, first);
+    commands.run(control::Scan{"iphone"}, second);
+    first->abandon();
+    ASSERT_TRUE(world.until([&] { return !received.empty(); }));
+    EXPECT_THAT(received, StartsWith(R"({"port":null,)"));
 }
 
 TEST_F(ControlScanTest, a_second_one_of_the_same_phone_takes_its_place) {

@@ -142,6 +142,30 @@ TEST_F(AppCoordinatorDiscovery, never_asks_for_the_host_that_this_computer_annou
     EXPECT_TRUE(world.until([&] { return std::ranges::count(hosts(), "iPhone.local") == 1; }));
 }
 
+TEST_F(AppCoordinatorDiscovery, a_phone_that_came_home_while_it_was_bridged_is_found_once_the_bridge_ends) {
+    const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
+    DeviceProfile mine = profile("iPhone", phone.port());
+    make();
+    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
+    coordinator->startDiscovery();
+    coordinator->start(mine);
+    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    world.advance(5s);
+    world.tools.appendZoneText(records("Mine", "iPhone-2.local") + records("Theirs", "third.local"));
+    ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "third.local") == 1; }));
+    world.advance(5s);
+    EXPECT_THAT(hosts(), Not(Contains("iPhone.local")));
+    EXPECT_EQ(world.tools.zoneDumps().size(), 1U);
+
+    coordinator->stop(mine);
+    // Nothing is printed by the running tool, for nothing has changed.
+    world.advance(5s);
+    EXPECT_TRUE(world.until([&] { return std::ranges::count(hosts(), "iPhone.local") == 1; }));
+    world.advance(5s);
+    ASSERT_TRUE(world.until([&] { return world.tools.runningZoneDumps() == 1; }));
+    EXPECT_EQ(world.tools.zoneDumps().size(), 2U);
+}
+
 TEST_F(AppCoordinatorDiscovery, holds_at_most_ten_thousand_phones) {
     make();
     for (int i = 0; i < 10'001; ++i)

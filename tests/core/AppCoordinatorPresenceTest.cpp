@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "core/CoordinatorFixture.h"
+#include "fakes/FakePhone.h"
 
 namespace quillbay {
 namespace {
@@ -126,6 +127,26 @@ TEST_F(AppCoordinatorPresence, a_phone_that_has_gone_is_asked_for_until_its_reco
     EXPECT_THAT(hosts(), IsEmpty());
 }
 
+TEST_F(AppCoordinatorPresence, an_answer_for_a_host_that_has_become_our_own_lists_nothing) {
+    const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
+    make();
+    const DeviceProfile mine = profile("phone", phone.port());
+    coordinator->startDiscovery();
+    coordinator->upsertCapturedService(service("phone.local"));
+    network.hold();
+    network.answer("phone.local", PresenceAnswer::answered);
+    for (int tick = 0; tick < 3; ++tick)
+        world.advance(5s);
+    ASSERT_THAT(hosts(), IsEmpty());
+    ASSERT_TRUE(world.until([&] { return network.askedFor("phone.local") >= 1; }));
+    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
+    coordinator->start(mine);
+    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    network.release();
+    ASSERT_TRUE(untilQuiet());
+    EXPECT_THAT(hosts(), IsEmpty());
+}
+
 TEST_F(AppCoordinatorPresence, ends_with_the_coordinator_at_once) {
     make();
     coordinator->startDiscovery();
@@ -158,6 +179,43 @@ TEST_F(AppCoordinatorPresence, a_computer_that_slept_does_not_forget_the_phones)
     EXPECT_EQ(coordinator->capturedServices().at(0).lastSeen, world.clock.now() - 6s);
     world.clock.setForward(-1h);
     pass(15s);
+    EXPECT_THAT(hosts(), ElementsAre("near.local"));
+}
+
+TEST_F(AppCoordinatorPresence, a_computer_whose_time_goes_on_in_its_sleep_does_not_forget_the_phones_either) {
+    make();
+    coordinator->startDiscovery();
+    coordinator->upsertCapturedService(service("near.local", 1s));
+    world.advance(8h);
+    EXPECT_THAT(hosts(), ElementsAre("near.local"));
+    EXPECT_EQ(coordinator->capturedServices().at(0).lastSeen, world.clock.now() - 6s);
+}
+
+TEST_F(AppCoordinatorPresence, a_phone_seen_between_a_sleep_and_the_next_check_still_goes_when_it_leaves) {
+    for (const auto step : {8h, -8h}) {
+        SCOPED_TRACE(step.count());
+        make();
+        coordinator->startDiscovery();
+        pass(7s);
+        world.clock.setForward(step);
+        world.advance(1s);
+        coordinator->upsertCapturedService(service("new.local"));
+        pass(2s);
+        ASSERT_THAT(hosts(), ElementsAre("new.local"));
+        EXPECT_LE(coordinator->capturedServices().at(0).lastSeen, world.clock.now());
+        pass(20s);
+        EXPECT_THAT(hosts(), IsEmpty());
+    }
+}
+
+TEST_F(AppCoordinatorPresence, looking_anew_just_after_a_sleep_does_not_forget_the_phones) {
+    make();
+    coordinator->startDiscovery();
+    pass(3s);
+    coordinator->upsertCapturedService(service("near.local"));
+    world.clock.setForward(8h);
+    coordinator->startDiscovery();
+    pass(5s);
     EXPECT_THAT(hosts(), ElementsAre("near.local"));
 }
 

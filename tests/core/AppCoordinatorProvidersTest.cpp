@@ -297,6 +297,23 @@ TEST_F(AppCoordinatorProviders, refreshes_all_that_are_installed_in_the_registry
     EXPECT_FALSE(coordinator->devicesByProviderID().contains("netbird"));
 }
 
+TEST_F(AppCoordinatorProviders, who_is_told_of_new_peers_may_begin_the_next_refresh) {
+    make();
+    const std::string path = printing("client", twoPeers);
+    coordinator->setBinaryPath(path, "tailscale");
+    std::vector<std::size_t> runsAtTheEnd;
+    bool asked = false;
+    const Subscription asking = coordinator->published.add([&](const Published& part) {
+        if (part != Published::devices || std::exchange(asked, true)) return;
+        coordinator->refreshDevices("tailscale", [&] { runsAtTheEnd.push_back(runs(path).size()); });
+    });
+    coordinator->refreshDevices("tailscale", [&] { runsAtTheEnd.push_back(0); });
+    ASSERT_TRUE(world.until([&] { return runsAtTheEnd.size() == 2; }));
+    EXPECT_THAT(runsAtTheEnd, ElementsAre(0U, 2U));
+    ASSERT_TRUE(untilQuiet());
+    EXPECT_THAT(runs(path), SizeIs(2));
+}
+
 TEST_F(AppCoordinatorProviders, who_waits_for_a_refresh_may_begin_the_next_one) {
     make();
     const std::string path = printing("client", twoPeers);

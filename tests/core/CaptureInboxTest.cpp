@@ -71,5 +71,19 @@ TEST_F(CaptureInboxTest, a_flood_fills_neither_the_memory_nor_the_main_queue) {
     EXPECT_EQ(delivered[0].lines.back(), "line 999");
 }
 
+TEST_F(CaptureInboxTest, a_flood_of_large_records_does_not_fill_the_memory) {
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 100; ++i) {
+            CapturedBonjourService large = service(std::to_string(i) + ".local");
+            large.txt["k"] = std::string(std::size_t{1} << 20U, 'v');
+            inbox->putService(large);
+            inbox->putService(large);
+        }
+        runAll();
+        EXPECT_THAT(delivered.back().services, SizeIs(31));
+    }
+    EXPECT_THAT(delivered, SizeIs(2));
+}
+
 }  // namespace
 }  // namespace quillbay

@@ -93,6 +93,46 @@ TEST(CapturedServices, holds_ten_thousand_however_they_come) {
     EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end());
 }
 
+/// A service that takes about `mebibytes`.
+CapturedBonjourService large(const std::string& host, std::size_t mebibytes = 1) {
+    CapturedBonjourService made = service(host);
+    made.txt["k"] = std::string(mebibytes << 20U, 'v');
+    return made;
+}
+
+TEST(CapturedServices, hold_no_more_than_their_memory_however_large_the_records_are) {
+    CapturedServices services;
+    for (int i = 100; i < 200; ++i)
+        services.upsert({large(std::to_string(i)), large(std::to_string(i), 2)}, {});
+    std::size_t bytes = 0;
+    for (const auto& listed : services.sorted())
+        bytes += CapturedServices::cost(listed);
+    EXPECT_LE(bytes, CapturedServices::maxBytes);
+    EXPECT_THAT(services.sorted(), SizeIs(::testing::Ge(15U)));
+
+    // One that is listed does not grow beyond it either, and makes room when it shrinks.
+    const std::size_t count = services.sorted().size();
+    services.upsert({large("100", 40)}, {});
+    EXPECT_EQ(services.sorted().at(0).txt.at("k").size(), std::size_t{2} << 20U);
+    services.upsert({service("100"), service("phone")}, {});
+    EXPECT_EQ(services.sorted().size(), count + 1);
+}
+
+TEST(CapturedServices, keep_no_more_missing_ones_than_their_memory) {
+    CapturedServices services;
+    const std::chrono::system_clock::time_point later(std::chrono::seconds(10));
+    for (int i = 100; i < 200; ++i) {
+        services.upsert({large(std::to_string(i))}, {});
+        ASSERT_THAT(services.sorted(), SizeIs(1));
+        services.keepSeenAfter(later);
+    }
+    EXPECT_THAT(services.missing(), SizeIs(31));
+    for (int i = 100; i < 131; ++i)
+        EXPECT_TRUE(services.markSeen(std::to_string(i), later)) << i;
+    services.upsert({large("phone")}, {});
+    EXPECT_THAT(services.sorted(), SizeIs(31)) << "they count again";
+}
+
 TEST(CapturedServices, marks_only_what_is_listed_as_seen) {
     CapturedServices services;
     services.upsert({service("a"), service("c")}, {});

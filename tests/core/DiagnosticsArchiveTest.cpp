@@ -94,7 +94,10 @@ TEST_F(DiagnosticsArchiveTest, what_is_no_text_does_not_get_into_the_log) {
 TEST_F(DiagnosticsArchiveTest, an_older_folder_and_archive_of_the_same_names_go_first) {
     fs::create_directories(folder / "below");
     std::ofstream(folder / "below" / "old") << "old";
-    real().make(temporary / "other", zip, "old", {});
+    // With a file of another name, which would stay in an archive that is added to.
+    std::ofstream(temporary / "older.log") << "old";
+    real().zip(temporary / "older.log", zip, {});
+    ASSERT_THAT(zipContents(zip), ElementsAre(Pair("older.log", "old")));
     real().make(folder, zip, "new", {});
     EXPECT_FALSE(fs::exists(folder / "below"));
     EXPECT_THAT(zipContents(zip), ElementsAre(Pair("diagnostics.log", "new")));

@@ -133,6 +133,46 @@ TEST_F(ServiceInquiriesTest, forgets_what_still_waits_when_it_is_asked_anew) {
     EXPECT_EQ(asked["old-0"], 1) << "it was just being asked for";
 }
 
+TEST_F(ServiceInquiriesTest, one_that_was_not_asked_for_comes_before_those_who_were_silent) {
+    std::vector<std::string> begun;
+    std::condition_variable changed;
+    std::size_t allowed = 16;
+    onQuestion = [&](const std::string& host, const StopToken&) {
+        std::unique_lock lock(mutex);
+        begun.push_back(host);
+        changed.notify_all();
+        const std::size_t turn = begun.size();
+        changed.wait(lock, [&] { return turn <= allowed; });
+        return PresenceAnswer::silent;
+    };
+    std::vector<std::string> hosts;
+    for (int i = 10; i < 50; ++i)
+        hosts.push_back("left-" + std::to_string(i));
+    hosts.emplace_back("near");
+    make();
+    inquiries->ask(services(hosts));
+    const auto untilBegun = [&](std::size_t count) {
+        std::unique_lock lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(20), [&] { return begun.size() == count; });
+    };
+    const auto allow = [&](std::size_t count) {
+        const std::lock_guard lock(mutex);
+        allowed = count;
+        changed.notify_all();
+    };
+    // Sixteen have been silent, and sixteen are being asked.
+    ASSERT_TRUE(untilBegun(32));
+    inquiries->ask(services(hosts));
+    allow(25);
+    ASSERT_TRUE(untilBegun(41));
+    {
+        const std::lock_guard lock(mutex);
+        EXPECT_EQ(std::count(begun.begin(), begun.end(), "near"), 1) << "those who were silent came first";
+    }
+    allow(1'000);
+    ASSERT_TRUE(untilQuiet());
+}
+
 TEST_F(ServiceInquiriesTest, dropping_it_abandons_the_questions) {
     std::atomic<int> holding = 0;
     onQuestion = [&](const std::string&, const StopToken& token) {

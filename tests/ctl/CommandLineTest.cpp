@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "fakes/TemporaryFolder.h"
+#include "platform/ForkedChild.h"
+
 namespace quillbay::ctl {
 namespace {
 
@@ -72,6 +75,23 @@ TEST(CtlCommandLine, a_report_goes_to_the_folder_where_the_person_is) {
 
 TEST(CtlCommandLine, bytes_that_are_no_text_do_not_stop_it) {
     EXPECT_EQ(requestOf({"stop", "a\xff"}), "{\"command\":\"stop\",\"profile\":\"a�\"}");
+}
+
+TEST(CtlCommandLine, a_report_is_not_written_to_another_file_than_was_named) {
+    EXPECT_EQ(faultOf({"report", "--to", "a\xff.zip"}), "--to needs a path that is UTF-8");
+}
+
+TEST(CtlCommandLine, in_a_folder_that_was_removed_a_report_needs_an_absolute_path) {
+    inChild([] {
+        const fakes::TemporaryFolder folder;
+        const std::filesystem::path gone = folder.path() / "gone";
+        std::filesystem::create_directory(gone);
+        ASSERT_EQ(::chdir(gone.c_str()), 0);
+        std::filesystem::remove(gone);
+        EXPECT_EQ(faultOf({"report", "--to", "a.zip"}),
+                  "--to needs an absolute path: this folder has no name (No such file or directory)");
+        EXPECT_EQ(requestOf({"report", "--to", "/tmp/a.zip"}), R"({"command":"report","to":"/tmp/a.zip"})");
+    });
 }
 
 TEST(CtlCommandLine, help_and_version_are_given_whatever_else_there_is) {

@@ -232,6 +232,19 @@ TEST_F(CtlProgram, a_reader_that_goes_away_is_no_fault) {
     EXPECT_EQ(::read(errors.get(), &byte, 1), 0) << "nothing is said about it";
 }
 
+TEST_F(CtlProgram, stops_following_when_nobody_reads_any_more) {
+    serve();
+    coordinator->logs().user("before");
+    const ChildProcess child = ChildProcess::launch(command({"log", "--follow"}));
+    UniqueDescriptor output = child.takeStandardOutput();
+    char byte = 0;
+    ASSERT_TRUE(world.until([&] { return ::read(output.get(), &byte, 1) == 1; }));
+    output.reset();
+    coordinator->logs().user("after");
+    ASSERT_TRUE(world.until([&] { return !child.isRunning(); }));
+    EXPECT_EQ(child.waitForExit().code, 0);
+}
+
 TEST_F(CtlProgram, a_report_goes_to_the_folder_where_the_person_is) {
     serve();
     const std::string path = (world.folder.path() / "report.zip").string();

@@ -134,6 +134,11 @@ TEST_F(ZoneDumpReaderTest, a_suffix_of_10_is_a_conflict_and_1_and_0_are_none) {
                 ElementsAre("host.local", "host-1.local", "host-0.local", "host-02.local"));
 }
 
+TEST_F(ZoneDumpReaderTest, a_target_that_is_nothing_but_a_suffix_is_not_published_without_a_name) {
+    EXPECT_THAT(hosts(srvLine("a", "-2") + srvLine("b", "-3.local")), ElementsAre("-2", "-3.local"));
+    EXPECT_THAT(log, IsEmpty());
+}
+
 TEST_F(ZoneDumpReaderTest, a_txt_line_before_its_srv_line_publishes_nothing_until_that_comes) {
     EXPECT_THAT(read(txtLine("a", "\"ver=19\"")), IsEmpty());
     const auto services = read(srvLine("a", "h.local"));

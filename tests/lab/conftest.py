@@ -8,7 +8,7 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
 
-from quillbay_lab import Agent, Lab, Phone, profile_of  # noqa: E402  (needs the path above)
+from quillbay_lab import Lab, Phone, paired_agent  # noqa: E402  (needs the path above)
 
 
 @pytest.fixture
@@ -27,8 +27,12 @@ def phone(lab):
 @pytest.fixture
 def agent(lab, phone):
     """An agent that is not running yet, with an enabled profile of the phone, which has left."""
-    service, = [found for found in lab.desk.mdns_lookup() if found.name == phone.name]
-    made = Agent(lab)
-    made.write_profiles([profile_of(service)])
-    lab.phone_leaves()
-    return made
+    return paired_agent(lab, phone)
+
+
+@pytest.fixture(scope="module")
+def shared():
+    """One lab for all tests of a file that leave it as they found it."""
+    assert os.geteuid() == 0, "the lab makes namespaces: run as root"
+    with Lab() as made:
+        yield made

@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-from quillbay_lab import Agent, Phone, profile_of, programs, wait_until
+from quillbay_lab import Agent, Phone, paired_agent, profile_of, programs, wait_until
 from quillbay_lab.lab import DESK_ADDRESS, MAC_ADDRESS
 from quillbay_lab.lines import Lines
 
@@ -35,6 +35,21 @@ def record(lab, phone, host=None):
                 None)
 
 
+class Bridge:
+    """A bridge that is up, for tests that look at it and use it, and change nothing."""
+
+    def __init__(self, lab):
+        self.mac, self.desk, self.lab = lab.mac, lab.desk, lab
+        self.phone = Phone(lab)
+        self.agent = paired_agent(lab, self.phone)
+        bridged(self.agent)
+
+
+@pytest.fixture(scope="module")
+def bridge(shared):
+    return Bridge(shared)
+
+
 def test_refuses_while_the_phone_is_near_and_opens_nothing(lab, phone):
     agent = Agent(lab)
     agent.write_profiles([profile_of(record(lab, phone))])
@@ -57,56 +72,49 @@ def test_does_not_start_a_bridge_that_was_left_switched_off(lab, phone, agent):
     assert agent.user_lines() == []
 
 
-def test_announces_the_phones_record_with_the_macs_address(lab, phone, agent):
-    bridged(agent)
-    for host in (lab.desk, lab.mac):
-        found = wait_until(lambda host=host: record(lab, phone, host), 10, f"{host.name} sees the record")
+def test_announces_the_phones_record_with_the_macs_address(bridge):
+    for host in (bridge.desk, bridge.mac):
+        found = wait_until(lambda host=host: record(bridge.lab, bridge.phone, host), 10, f"{host.name} sees it")
         assert (found.name, found.host, found.port) == ("Robin’s iPhone", "Robins-iPhone.local", 49200)
         assert found.addresses == ["192.168.77.1"]
         assert sorted(found.txt) == sorted(entry.encode() for entry in Phone.TXT)
 
 
-def test_opens_exactly_the_range_and_the_control_channel(lab, phone, agent):
-    bridged(agent)
+def test_opens_exactly_the_range_and_the_control_channel(bridge):
     ports = set(range(55000, 58001)) | {49200}
     expected = {(kind, MAC_ADDRESS, port) for kind in ("tcp", "udp") for port in ports}
     # The bridge does not wait for the listeners of the range.
-    wait_until(lambda: len(lab.mac.listening(MAC_ADDRESS)) >= len(expected), 5, "every port is open")
-    assert lab.mac.listening(MAC_ADDRESS) == expected
+    wait_until(lambda: len(bridge.mac.listening(MAC_ADDRESS)) >= len(expected), 5, "every port is open")
+    assert bridge.mac.listening(MAC_ADDRESS) == expected
 
 
-def test_a_client_that_knows_only_the_record_reaches_the_phone(lab, phone, agent):
-    bridged(agent)
-    wait_until(lambda: record(lab, phone, lab.mac), 10, "the record is there")
-    for host in (lab.mac, lab.desk):
-        said = json.loads(host.run([PYTHON, "-m", "clients.handshake", phone.name], 30, check=True).output)
+def test_a_client_that_knows_only_the_record_reaches_the_phone(bridge):
+    wait_until(lambda: record(bridge.lab, bridge.phone, bridge.mac), 10, "the record is there")
+    for host in (bridge.mac, bridge.desk):
+        said = json.loads(host.run([PYTHON, "-m", "clients.handshake", bridge.phone.name], 30, check=True).output)
         assert (said["address"], said["port"]) == ("192.168.77.1", 49200)
         assert said["answer"]["originatedBy"] == "device"
 
 
-def test_speaks_the_protocol_version_of_the_record(lab, phone, agent):
-    bridged(agent)
-    assert phone.await_event("handshake")["wireProtocolVersion"] == 24
+def test_speaks_the_protocol_version_of_the_record(bridge):
+    assert bridge.phone.await_event("handshake")["wireProtocolVersion"] == 24
 
 
-def test_bytes_arrive_unchanged_both_ways(lab, phone, agent):
-    bridged(agent)
+def test_bytes_arrive_unchanged_both_ways(bridge):
     for verb in ("get", "put"):
-        outcome = bulk(lab.desk, verb, 55009, 64_000_001)
+        outcome = bulk(bridge.desk, verb, 55009, 64_000_001)
         assert outcome["sha256"] == outcome["sha256OfPhone"]
         assert outcome["equal"]
 
 
-def test_many_connections_at_a_time_do_not_mix(lab, phone, agent):
-    bridged(agent)
-    clients = [lab.mac.spawn([programs.BULK_CLIENT, verb, MAC_ADDRESS, port, port, 3_000_000])
+def test_many_connections_at_a_time_do_not_mix(bridge):
+    clients = [bridge.mac.spawn([programs.BULK_CLIENT, verb, MAC_ADDRESS, port, port, 3_000_000])
                for port in range(55000, 55010) for verb in ("get", "put")]
     assert [client.wait(60) for client in clients] == [0] * 20
 
 
-def test_ten_thousand_datagrams_come_back_to_the_client_that_sent_them(lab, phone, agent):
-    bridged(agent)
-    result = lab.mac.run([PYTHON, "-m", "clients.datagrams", MAC_ADDRESS, 55000, 10000], 60, check=True)
+def test_ten_thousand_datagrams_come_back_to_the_client_that_sent_them(bridge):
+    result = bridge.mac.run([PYTHON, "-m", "clients.datagrams", MAC_ADDRESS, 55000, 10000], 60, check=True)
     outcome = json.loads(result.output)
     assert (outcome["right"], outcome["lost"], outcome["stray"], outcome["repeated"]) == (10000, 0, 0, 0)
 

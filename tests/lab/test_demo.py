@@ -2,84 +2,36 @@
 
 import io
 import os
-import pathlib
 import signal
-import subprocess
 import sys
 import threading
 
+import demos
 import pytest
 
 import demo.__main__ as program
+from demo.checks import NotSeen, expect_equal
 from demo.screen import Screen
-from demo.steps import NotSeen, Steps, expect_equal
+from demo.steps import Steps
 from quillbay_lab import Agent, Lab, wait_until
 
-LAB_FOLDER = pathlib.Path(__file__).resolve().parents[2] / "lab"
 
-
-def start_demo(folder, **environment):
-    # In a process group of its own, as a shell gives it one.
-    return subprocess.Popen([sys.executable, "-m", "demo"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                            process_group=0,
-                            env={**os.environ, "PYTHONPATH": str(LAB_FOLDER), "TMPDIR": str(folder), **environment})
-
-
-def await_step(demo, number):
-    """Reads what the demo prints up to the line of this step."""
-    printed = []
-    for line in demo.stdout:
-        printed.append(line)
-        if line.startswith(f"✓ {number:2}/12"):
-            return
-    raise AssertionError(f"the demo ended before step {number}:\n" + "".join(printed))
-
-
-def processes_of(folder):
-    """The processes whose command line or environment names this folder."""
-    found = []
-    for entry in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if str(folder).encode() in (entry / "cmdline").read_bytes() + (entry / "environ").read_bytes():
-                found.append(entry.name)
-        except OSError:
-            continue
-    return found
+@pytest.mark.parametrize("number, code, send, step", [(signal.SIGINT, 130, os.killpg, 1),
+                                                      (signal.SIGINT, 130, os.killpg, 4),
+                                                      (signal.SIGTERM, 143, os.kill, 6)])
+def test_a_signal_ends_it_and_nothing_is_left(tmp_path, number, code, send, step):
+    # Ctrl-C goes to every process of the terminal's foreground group, `kill` to one.
+    demos.ends_by_signal(tmp_path, number, code, send, step)
 
 
 def test_all_twelve_steps_are_seen_and_nothing_is_left(tmp_path):
-    demo = start_demo(tmp_path)
-    output, _ = demo.communicate(timeout=180)
-    lines = output.splitlines()
-    assert lines[-1] == "12 of 12 steps seen", output
-    assert demo.returncode == 0
-    assert [line[:7] for line in lines if line.startswith("✓")] == [f"✓ {number:2}/12" for number in range(1, 13)]
-    assert "\033" not in output and "\r" not in output
-    assert list(tmp_path.iterdir()) == [] and processes_of(tmp_path) == []
-
-
-# Ctrl-C goes to every process of the terminal's foreground group, `kill` to one.
-@pytest.mark.parametrize("number, code, send, step", [(signal.SIGINT, 130, os.killpg, 1),
-                                                      (signal.SIGINT, 130, os.killpg, 4),
-                                                      (signal.SIGTERM, 143, os.kill, 9)])
-def test_a_signal_ends_it_and_nothing_is_left(tmp_path, number, code, send, step):
-    interfaces = sorted(os.listdir("/sys/class/net"))
-    demo = start_demo(tmp_path)
-    await_step(demo, step)
-    assert len(processes_of(tmp_path)) > 5
-    send(demo.pid, number)
-    output, _ = demo.communicate(timeout=20)
-    assert output.splitlines()[-1] == "interrupted; everything has been taken down"
-    assert demo.returncode == code
-    wait_until(lambda: not processes_of(tmp_path), 5, "every process is gone")
-    assert list(tmp_path.iterdir()) == []
-    assert sorted(os.listdir("/sys/class/net")) == interfaces
+    demos.shows_all(tmp_path, 12)
 
 
 def test_a_step_that_is_not_seen_says_what_came_and_ends_with_1(tmp_path):
     # An agent that says nothing of what is expected.
     build = tmp_path / "build"
-    real = LAB_FOLDER.parent / "build" / "release"
+    real = demos.LAB_FOLDER.parent / "build" / "release"
     for name in ("bin/quillbay-phone", "bin/quillbay-lab-client", "libexec/quillbay/dns-sd"):
         (build / name).parent.mkdir(parents=True, exist_ok=True)
         (build / name).symlink_to(real / name)
@@ -89,7 +41,7 @@ def test_a_step_that_is_not_seen_says_what_came_and_ends_with_1(tmp_path):
     agent.chmod(0o755)
     folder = tmp_path / "tmp"
     folder.mkdir()
-    demo = start_demo(folder, QUILLBAY_BUILD=str(build))
+    demo = demos.start(folder, QUILLBAY_BUILD=str(build))
     output, _ = demo.communicate(timeout=120)
     lines = output.splitlines()
     at = lines.index("✗  3/12  the agent refuses while the phone is near")
@@ -161,10 +113,15 @@ def test_making_the_network_has_a_progress_line_too(monkeypatch):
     monkeypatch.setattr(sys, "stdout", stream)
     monkeypatch.setattr(signal, "signal", lambda *_: None)
     monkeypatch.setattr(program, "Lab", SlowLab)
-    monkeypatch.setattr(program, "Steps", lambda lab: None)
+    monkeypatch.setattr(program.Steps, "__init__", lambda steps, lab: None)
     monkeypatch.setattr(program, "_show", lambda screen, steps: 12)
     assert program.main() == 0
-    assert stream.getvalue() == "  …      the network is made\n12 of 12 steps seen\n"
+    assert stream.getvalue().splitlines()[1:] == ["  …      the network is made", "12 of 12 steps seen"]
+
+
+def test_another_demo_is_wrong_usage(capsys):
+    assert program.main(["dance"]) == 2
+    assert capsys.readouterr() == ("", "usage: python3 -m demo [terminal]\n")
 
 
 def test_a_difference_is_told_with_both_sides():

@@ -20,6 +20,8 @@ import json, signal, sys
 sys.path.insert(0, sys.argv[1])
 from quillbay_lab import Lab, Phone
 signal.signal(signal.SIGTERM, lambda *_: sys.exit(3))
+# A shell that runs the tests in the background has them ignore it.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 with Lab() as lab:
     phone = Phone(lab)
     print(json.dumps([str(lab.folder), lab.network_namespaces()]), flush=True)
@@ -54,22 +56,22 @@ def held_lab(folder_of_temporary_files):
     return process, folder, namespaces
 
 
-def test_hosts_have_the_addresses_of_the_network(lab):
-    assert lab.mac.addresses("en0") == ["192.168.77.1/24"]
-    assert lab.mac.addresses("vpn0") == ["100.64.77.1/24"]
-    assert lab.phone.addresses("lan0") == ["192.168.77.2/24"]
-    assert lab.phone.addresses("vpn0") == ["100.64.77.2/24"]
-    assert lab.desk.addresses("lan0") == ["192.168.77.3/24"]
+def test_hosts_have_the_addresses_of_the_network(shared):
+    assert shared.mac.addresses("en0") == ["192.168.77.1/24"]
+    assert shared.mac.addresses("vpn0") == ["100.64.77.1/24"]
+    assert shared.phone.addresses("lan0") == ["192.168.77.2/24"]
+    assert shared.phone.addresses("vpn0") == ["100.64.77.2/24"]
+    assert shared.desk.addresses("lan0") == ["192.168.77.3/24"]
 
 
-def test_a_host_sees_only_its_own_processes(lab):
-    names = sorted(pathlib.Path(line.split()[0]).name for line in lab.desk.processes())
+def test_a_host_sees_only_its_own_processes(shared):
+    names = sorted(pathlib.Path(line.split()[0]).name for line in shared.desk.processes())
     assert names == ["avahi-daemon", "dbus-daemon"]
 
 
-def test_a_host_reaches_nothing_outside_the_lab(lab):
-    assert lab.mac.run(["ip", "route", "show", "default"], check=True).output == ""
-    assert lab.mac.run(["test", "-e", "/run/netns"]).code == 1
+def test_a_host_reaches_nothing_outside_the_lab(shared):
+    assert shared.mac.run(["ip", "route", "show", "default"], check=True).output == ""
+    assert shared.mac.run(["test", "-e", "/run/netns"]).code == 1
 
 
 def test_every_host_sees_the_phones_record_byte_for_byte(lab):
@@ -115,19 +117,20 @@ def test_an_interface_changes_its_address(lab):
     assert lab.mac.addresses("en0") == ["192.168.77.11/24"]
 
 
-def test_the_system_log_of_the_mac_is_followed_line_by_line(lab):
-    follower = lab.mac.spawn("journalctl --follow --lines=0 --output=cat --identifier=remotepairingd".split(),
+def test_the_system_log_of_the_mac_is_followed_line_by_line(shared):
+    follower = shared.mac.spawn("journalctl --follow --lines=0 --output=cat --identifier=remotepairingd".split(),
                              stdout=subprocess.PIPE)
     lines = Lines(follower.stdout)
 
     def followed():
         # Nothing tells when the follower has begun, so the line is written until it is seen.
-        lab.mac.log_line("somebody-else", "not for the follower")
-        lab.mac.log_line("remotepairingd", "Got tunnel endpoint: 'fd12::1:60123'")
+        shared.mac.log_line("somebody-else", "not for the follower")
+        shared.mac.log_line("remotepairingd", "Got tunnel endpoint: 'fd12::1:60123'")
         return lines.all()
 
     wait_until(followed, 10, "journalctl prints the line")
     assert set(lines.all()) == {"Got tunnel endpoint: 'fd12::1:60123'"}
+    follower.end()
 
 
 def test_two_labs_exist_side_by_side(lab, phone):
@@ -137,11 +140,11 @@ def test_two_labs_exist_side_by_side(lab, phone):
     assert len(lab.desk.mdns_lookup()) == 1
 
 
-def test_a_program_that_is_not_there_is_an_error_and_leaves_no_process(lab):
-    before = lab.desk.processes()
+def test_a_program_that_is_not_there_is_an_error_and_leaves_no_process(shared):
+    before = shared.desk.processes()
     with pytest.raises(FileNotFoundError):
-        lab.desk.run(["/nonexistent/program"])
-    assert lab.desk.processes() == before
+        shared.desk.run(["/nonexistent/program"])
+    assert shared.desk.processes() == before
 
 
 def test_nothing_is_left_after_the_end():
@@ -185,9 +188,9 @@ def test_a_killed_lab_leaves_only_its_folder_and_the_next_one_removes_that(tmp_p
     assert traces(folder) == []
 
 
-def test_the_folder_of_a_living_lab_is_no_leftover(lab):
+def test_the_folder_of_a_living_lab_is_no_leftover(shared):
     remove_leftovers()
-    assert lab.folder.exists()
+    assert shared.folder.exists()
 
 
 def bulk(host, verb, address, port, size):

@@ -2,12 +2,29 @@
 
 import json
 
-from quillbay_lab import programs, wait_until
+import pytest
+
+from quillbay_lab import Phone, programs, wait_until
 
 PYTHON = "/usr/bin/python3"
 MESH = "100.64.77.2"
 TALK = ("import sys; from clients.handshake import handshake; "
         "print(handshake(sys.argv[1], int(sys.argv[2]), float(sys.argv[3]))['originatedBy'])")
+
+
+@pytest.fixture
+def lab(shared):
+    return shared
+
+
+@pytest.fixture
+def phone(lab):
+    """A phone of each test's own, on the lab that they share."""
+    made = Phone(lab)
+    yield made
+    if made.process.running:
+        assert made.close() == 0
+    wait_until(lambda: not lab.desk.mdns_lookup(limit_seconds=0.2), 10, "its record is gone")
 
 
 def talk(lab, port, limit_seconds=5.0):

@@ -13,6 +13,7 @@
 #include "fakes/ProcessResources.h"
 #include "fakes/TemporaryFolder.h"
 #include "fakes/TestDesktop.h"
+#include "fakes/WaitUntil.h"
 #include "platform/AsioMainQueue.h"
 #include "platform/UniqueDescriptor.h"
 #include "platform/linux/LinuxDesktopServices.h"
@@ -244,6 +245,9 @@ TEST_F(DesktopServicesTest, texts_that_a_bus_cannot_carry_are_made_so_that_it_ca
 
 TEST_F(DesktopServicesTest, the_end_of_the_background_work_ends_every_wait) {
     tools.installMailComposer(ToolManner::succeeds);
+    tools.installOpener(ToolManner::succeeds);
+    surroundings.mailComposer = tools.mailComposer();
+    surroundings.opener = tools.opener();
     startBus({.emailVersion = 3, .manner = Manner::isSilent});
     surroundings.call = std::chrono::hours(1);
     auto work = std::make_unique<BackgroundWork>();
@@ -258,7 +262,12 @@ TEST_F(DesktopServicesTest, the_end_of_the_background_work_ends_every_wait) {
     mainQueue.post([&] { last = true; });
     mainQueue.runUntil([&] { return last; }, generous);
     EXPECT_FALSE(answered);
+    // A tool that had been started would have ended by then, and left its record.
+    desktop.reset();
+    bus.reset();
+    ASSERT_TRUE(fakes::waitUntil([] { return !fakes::hasChildren(); }));
     EXPECT_THAT(tools.mails(), IsEmpty());
+    EXPECT_THAT(tools.opened(), IsEmpty());
 }
 
 TEST_F(DesktopServicesTest, shows_the_file_itself_in_the_file_manager) {

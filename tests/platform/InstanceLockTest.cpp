@@ -57,14 +57,14 @@ TEST(InstanceLock, a_holder_that_has_not_said_who_it_is_is_not_named) {
     const fakes::TemporaryFolder folder;
     for (const char* content : {"", "\n", "someone", "-7", "99999999999999999999"}) {
         const InstanceLock lock = InstanceLock::take(folder.path());
-        std::ofstream(folder.path() / "lock", std::ios::trunc) << content;
+        std::ofstream(folder.path() / "pid", std::ios::trunc) << content;
         EXPECT_EQ(refusalIn(folder.path()), "Quillbay is running already.") << content;
     }
 }
 
 TEST(InstanceLock, a_longer_name_of_an_earlier_holder_leaves_nothing_behind) {
     const fakes::TemporaryFolder folder;
-    std::ofstream(folder.path() / "lock") << "999999999999 and more";
+    std::ofstream(folder.path() / "pid") << "999999999999 and more";
     const InstanceLock lock = InstanceLock::take(folder.path());
     EXPECT_EQ(refusalIn(folder.path()),
               "Quillbay is running already (process " + std::to_string(::getpid()) + ").");
@@ -76,9 +76,20 @@ TEST(InstanceLock, says_why_it_cannot_be_taken) {
 
 TEST(InstanceLock, does_not_follow_a_link) {
     const fakes::TemporaryFolder folder;
-    std::filesystem::create_symlink(folder.path() / "elsewhere", folder.path() / "lock");
-    EXPECT_THROW(static_cast<void>(InstanceLock::take(folder.path())), std::system_error);
+    std::filesystem::create_symlink(folder.path() / "elsewhere", folder.path() / "pid");
+    const InstanceLock lock = InstanceLock::take(folder.path());
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "elsewhere"));
+    EXPECT_EQ(refusalIn(folder.path()), "Quillbay is running already.");
+    std::filesystem::create_directory_symlink(folder.path(), folder.path() / "link");
+    EXPECT_THROW(static_cast<void>(InstanceLock::take(folder.path() / "link")), std::system_error);
+}
+
+TEST(InstanceLock, is_still_held_when_the_files_of_its_folder_are_tidied_away) {
+    const fakes::TemporaryFolder folder;
+    const InstanceLock lock = InstanceLock::take(folder.path());
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        std::filesystem::remove(entry);
+    EXPECT_EQ(refusalIn(folder.path()), "Quillbay is running already.");
 }
 
 }  // namespace

@@ -6,9 +6,12 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <thread>
 
+#include "fakes/TemporaryFolder.h"
+#include "fakes/WaitUntil.h"
 #include "providers/ScriptedClient.h"
 
 namespace quillbay {
@@ -70,6 +73,21 @@ TEST(ClientStatus, ends_a_client_that_hangs_when_its_time_is_up) {
     EXPECT_LT(steady_clock::now() - begin, seconds(10));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD) << "a child is left";
+}
+
+TEST(ClientStatus, ends_what_a_client_waits_for_together_with_it) {
+    // As the client of an application is installed: a script that runs the real one and waits for it.
+    const fakes::TemporaryFolder folder;
+    const std::filesystem::path script = folder.path() / "client";
+    const std::filesystem::path pids = folder.path() / "pid";
+    std::ofstream(script) << "#!/bin/sh\nsleep 600 &\necho $! > '" << pids.string() << "'\nwait\n";
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    EXPECT_STREQ(providerErrorOf([&] { readClientStatus(script.string(), StopToken(), seconds(1)); }).what(),
+                 "CLI exited with status -1: timed out after 1 seconds");
+    pid_t pid = 0;
+    std::ifstream(pids) >> pid;
+    ASSERT_GT(pid, 0);
+    EXPECT_TRUE(fakes::waitUntil([&] { return ::kill(pid, 0) != 0; }));
 }
 
 TEST(ClientStatus, ends_a_client_that_is_no_longer_wanted) {

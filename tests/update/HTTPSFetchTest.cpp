@@ -92,6 +92,26 @@ TEST_F(HTTPSFetch, an_answer_without_end_is_cut_off) {
     EXPECT_LT(server.flooded(), 32'000'000);
 }
 
+TEST_F(HTTPSFetch, headers_of_more_than_256_KiB_are_refused) {
+    const auto times = [](int count, const std::string& text) {
+        std::string all;
+        while (count-- > 0)
+            all += text;
+        return all;
+    };
+    const std::string line = "A: " + std::string(1019, 'b') + "\r\n";  // 1 KiB
+    server.set("updates.test", "HTTP/1.1 200 OK\r\n" + times(255, line) + "Content-Length: 2\r\n\r\n{}");
+    EXPECT_EQ(failure(), std::nullopt);
+    server.set("updates.test", "HTTP/1.1 200 OK\r\n" + times(256, line) + "Content-Length: 2\r\n\r\n{}");
+    EXPECT_EQ(failure(), Code::other);
+    // Interim answers, of which there may be any number, and trailers behind a body.
+    server.set("updates.test", times(256, "HTTP/1.1 103 Early Hints\r\n" + line + "\r\n") + httpAnswer("{}"));
+    EXPECT_EQ(failure(), Code::other);
+    server.set("updates.test", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n" +
+                                   times(256, line) + "\r\n");
+    EXPECT_EQ(failure(), Code::other);
+}
+
 TEST_F(HTTPSFetch, a_redirect_to_https_is_followed) {
     server.set("updates.test", httpRedirect("https://elsewhere.test/latest.json"));
     server.set("elsewhere.test", httpAnswer("moved"));

@@ -52,6 +52,25 @@ TEST(WebAddress, blanks_and_control_characters_are_refused) {
     EXPECT_FALSE(isWebAddress("https://quillbay.example/\0\n"sv));
 }
 
+TEST(WebAddress, characters_that_an_address_must_percent_encode_are_refused) {
+    // A control character of the second range, and one that turns the direction of writing.
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/\u009b2J"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/\u202egmd.exe"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/ü"));
+    EXPECT_FALSE(isWebAddress("https://qüillbay.example/"));
+    for (const char* character : {"\"", "<", ">", "\\", "^", "`", "{", "|", "}"})
+        EXPECT_FALSE(isWebAddress(std::string("https://quillbay.example/") + character)) << character;
+    EXPECT_TRUE(isWebAddress("https://quillbay.example/-._~!$&'()*+,;=:@/?a[]#"));
+}
+
+TEST(WebAddress, a_percent_sign_without_two_hexadecimal_digits_is_refused) {
+    EXPECT_TRUE(isWebAddress("https://quillbay.example/%0aF%Ff"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/%"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/%4"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/%4g"));
+    EXPECT_FALSE(isWebAddress("https://quillbay.example/%%41"));
+}
+
 TEST(WebAddress, an_address_longer_than_2048_bytes_is_refused) {
     const std::string beginning = "https://quillbay.example/";
     EXPECT_TRUE(isWebAddress(beginning + std::string(2048 - beginning.size(), 'a')));

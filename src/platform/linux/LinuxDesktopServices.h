@@ -10,9 +10,13 @@ namespace quillbay {
 
 /// Reaches the desktop over the session bus, and where that has nobody for it, through the `xdg` tools.
 ///
-///     compose   the portal's Email        else `xdg-email`
-///     reveal    FileManager1.ShowItems    else the portal's OpenURI.OpenDirectory, else `xdg-open` on the
-///     folder open      the portal's OpenURI      else `xdg-open`
+///     compose   the portal's Email
+///               else `xdg-email`
+///     reveal    FileManager1.ShowItems
+///               else the portal's OpenURI.OpenDirectory
+///               else `xdg-open` on the folder
+///     open      the portal's OpenURI
+///               else `xdg-open`
 class LinuxDesktopServices final : public DesktopServices {
  public:
     /// How the desktop is reached and how long each step may take.

@@ -155,8 +155,10 @@ bool ChildProcess::isRunning() const {
 
 void ChildProcess::terminate() const {
     const std::lock_guard lock(state_->life->mutex);
-    // Refused only where the child has given itself another user, which no tool of ours does.
-    if (!state_->life->status) ::kill(state_->life->pid, SIGTERM);
+    if (state_->life->status) return;
+    // The whole group, because some tools are scripts that wait for the real one. Refused only where the
+    // child has moved to another group, or has given itself another user, which no tool of ours does.
+    if (::kill(-state_->life->pid, SIGTERM) != 0) ::kill(state_->life->pid, SIGTERM);
 }
 
 ExitStatus ChildProcess::waitForExit() const {
