@@ -88,6 +88,11 @@ one_at_a_time() {
     fi
 }
 
+# give_back PATH...: what root has left in a checkout that is somebody else's, that user could not remove.
+give_back() {
+    if ((EUID != 0)); then as_root chown -R "$(id -u):$(id -g)" "$@"; fi
+}
+
 # show_progress: reads a command's output and shows where it is, in one changing line on a terminal and now and then
 # elsewhere. Everything is in the log; this is only for the person who waits.
 show_progress() {
@@ -139,14 +144,4 @@ stage_line() { printf '%-7s %-10s %5d s%s\n' "$1" "$2" "$3" "${4:+  $4}"; }
 show_log_tail() {
     tail -n "${2:-40}" "$1" | sed 's/^/    | /'
     note "The whole log: ${1#"$root"/}"
-}
-
-# without_aslr COMMAND...: runs it without address randomisation where the system allows that: ThreadSanitizer's
-# shadow memory does not fit beside the layouts that kernels with high-entropy randomisation choose.
-without_aslr() {
-    if setarch "$(uname -m)" -R true 2>/dev/null; then
-        setarch "$(uname -m)" -R "$@"
-    else
-        "$@"
-    fi
 }

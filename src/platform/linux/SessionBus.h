@@ -40,7 +40,7 @@ using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
 /// Throws the library's negative result as a BusError.
 int checkedBusResult(int result);
 
-/// A connection of its own to the session bus (D-Bus specification 0.41) for a few calls that are waited for,
+/// A connection of its own to the session bus (D-Bus 0.41) for a few calls that are waited for,
 /// with limits and with a stop that ends every wait. Used on one thread.
 class SessionBus {
  public:
