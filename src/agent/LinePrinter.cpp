@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/PrintableText.h"
 #include "platform/ThreadName.h"
 
 namespace quillbay {
@@ -56,7 +57,7 @@ LinePrinter::~LinePrinter() {
 void LinePrinter::print(const std::string& line) {
     const std::lock_guard lock(state_->mutex);
     if (state_->lines.size() == maxWaitingLines) state_->lines.pop_front();
-    state_->lines.push_back(line + "\n");
+    state_->lines.push_back(printable(line) + "\n");
     state_->changed.notify_all();
 }
 

@@ -21,7 +21,8 @@ class LinePrinter {
     LinePrinter(const LinePrinter&) = delete;
     LinePrinter& operator=(const LinePrinter&) = delete;
 
-    /// `line` has no line feed. A reader that has gone is no error.
+    /// Prints `line` as `printable` gives it (platform/PrintableText.h), and a line feed. A reader that has
+    /// gone is no error.
     void print(const std::string& line);
 
  private:

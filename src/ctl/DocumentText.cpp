@@ -10,6 +10,7 @@
 
 #include "ctl/Ages.h"
 #include "ctl/Table.h"
+#include "platform/PrintableText.h"
 #include "platform/Text.h"
 
 namespace quillbay::ctl {

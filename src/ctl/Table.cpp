@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/PrintableText.h"
 #include "platform/Text.h"
 
 namespace quillbay::ctl {

@@ -17,6 +17,7 @@
 #include "ctl/Screen.h"
 #include "ctl/ServerConnection.h"
 #include "platform/FileLocations.h"
+#include "platform/PrintableText.h"
 #include "platform/PrintedError.h"
 #include "platform/RuntimeFolder.h"
 

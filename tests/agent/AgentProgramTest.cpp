@@ -80,6 +80,16 @@ class AgentProgram : public ::testing::Test {
         return found;
     }
 
+    /// A paired phone, "phone.local", in the agent's files.
+    void savePhone(const std::string& displayName) const {
+        FileLocations files;
+        files.applicationSupport = folder.path() / "data";
+        DeviceProfile phone = DeviceProfile::draft(displayName);
+        phone.bonjourHost = "phone.local";
+        phone.providerID = "manual";
+        DeviceProfileStore(files, "Quillbay").save({phone});
+    }
+
     [[nodiscard]] std::filesystem::path socket() const { return controlSocketPath(folder.path()); }
 
     fakes::TemporaryFolder folder;
@@ -157,13 +167,7 @@ TEST_F(AgentProgram, takes_the_place_of_one_that_was_killed) {
 }
 
 TEST_F(AgentProgram, a_reader_of_its_lines_that_does_not_read_holds_nothing_up) {
-    FileLocations files;
-    files.applicationSupport = folder.path() / "data";
-    DeviceProfile phone = DeviceProfile::draft(std::string(5000, 'x'));
-    phone.bonjourHost = "phone.local";
-    phone.providerID = "manual";
-    DeviceProfileStore(files, "Quillbay").save({phone});
-
+    savePhone(std::string(5000, 'x'));
     ChildCommand command = agent();
     command.standardOutput = ChildCommand::Output::pipe;
     const ChildProcess child = ChildProcess::launch(command);
@@ -176,6 +180,26 @@ TEST_F(AgentProgram, a_reader_of_its_lines_that_does_not_read_holds_nothing_up) 
     EXPECT_TRUE(isServed());
     ASSERT_EQ(::kill(agentOf(child), SIGTERM), 0);
     ASSERT_TRUE(fakes::waitUntil([&] { return !child.isRunning(); }));
+    EXPECT_EQ(child.waitForExit().code, 0);
+}
+
+TEST_F(AgentProgram, a_name_gives_the_terminal_no_orders) {
+    savePhone("phone\x1b[2J\nBridge is successful.");
+    ChildCommand command = agent();
+    command.standardOutput = ChildCommand::Output::pipe;
+    const ChildProcess child = ChildProcess::launch(command);
+    const UniqueDescriptor output = child.takeStandardOutput();
+    ASSERT_TRUE(fakes::waitUntil([&] { return isServed(); }));
+    ASSERT_EQ(ctl({"start", "phone.local"}).status.code, 0);
+    std::string printed;
+    EXPECT_TRUE(fakes::waitUntil([&] {
+        char bytes[256];
+        if (const ssize_t count = ::read(output.get(), bytes, sizeof bytes); count > 0)
+            printed.append(bytes, static_cast<std::size_t>(count));
+        return printed.find('\n') != std::string::npos;
+    }));
+    EXPECT_THAT(printed, StartsWith("Bridging to \"phone\\x1b[2J\\nBridge is successful.\"\n"));
+    ASSERT_EQ(::kill(agentOf(child), SIGTERM), 0);
     EXPECT_EQ(child.waitForExit().code, 0);
 }
 

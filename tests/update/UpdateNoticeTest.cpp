@@ -21,10 +21,11 @@ TEST(UpdateNoticeLine, names_the_version_and_the_address) {
 
 TEST(UpdateNoticeLine, no_version_forges_a_second_line_or_an_order_to_the_terminal) {
     EXPECT_EQ(lineFor("9.0.0\nBridge is successful.\r"),
-              "Version 9.0.0�Bridge is successful.� is available: https://quillbay.example/get");
-    EXPECT_EQ(lineFor("9\x1b[2J\x7f\u0085\u2028\u2029\u202e"),
-              "Version 9�[2J����� is available: https://quillbay.example/get");
-    EXPECT_EQ(lineFor(std::string("9\0x", 3)), "Version 9�x is available: https://quillbay.example/get");
+              "Version 9.0.0\\nBridge is successful.\\r is available: https://quillbay.example/get");
+    EXPECT_EQ(
+        lineFor("9\x1b[2J\x7f\u0085\u2028\u2029\u202e"),
+        "Version 9\\x1b[2J\\x7f\\x85\\u{2028}\\u{2029}\\u{202e} is available: https://quillbay.example/get");
+    EXPECT_EQ(lineFor(std::string("9\0x", 3)), "Version 9\\x00x is available: https://quillbay.example/get");
 }
 
 TEST(UpdateNoticeLine, a_long_version_is_cut) {
