@@ -111,7 +111,9 @@ stage_tidy() {
     # The fuzz targets are built by the sanitizers' configuration alone.
     with_build_lock cmake --preset asan >/dev/null
     databases+=(build/asan)
-    "$python" script/lib/tidy.py --jobs "$(nproc)" --remark "$logs/tidy.remark" "${databases[@]}"
+    local -a cache=()
+    if [[ "${QUILLBAY_TIDY_CACHE:-yes}" == no ]]; then cache=(--no-cache); fi
+    "$python" script/lib/tidy.py --jobs "$(nproc)" --remark "$logs/tidy.remark" "${cache[@]}" "${databases[@]}"
 }
 
 # One target's turn: its corpus, then the runs, each with a bound on time, memory and input.

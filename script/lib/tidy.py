@@ -1,10 +1,11 @@
 """Runs clang-tidy over every source of compile databases.
 
-    tidy.py [--jobs N] [--remark FILE] BUILD_FOLDER...
+    tidy.py [--jobs N] [--remark FILE] [--no-cache] BUILD_FOLDER...
 
 A source that is in several databases is read once, with the flags of the first. A finding in a header is printed once,
 however many sources include it, and counted as one of a header. A source whose last run was clean, and whose
-preprocessed text, flags and checks are the same as then, is not analysed again.
+preprocessed text, flags and checks are the same as then, is not analysed again; without the cache, nobody has to find
+out whether they are.
 """
 
 import argparse
@@ -64,7 +65,7 @@ def fingerprint(source, arguments, directory, configuration):
 
 def analyse(entry, cache, configuration):
     source, folder, arguments, directory = entry
-    key = fingerprint(source, arguments, directory, configuration)
+    key = fingerprint(source, arguments, directory, configuration) if cache else None
     mark = os.path.join(cache, key) if key else None
     if mark and os.path.exists(mark):
         return source, 0, "", True
@@ -105,12 +106,16 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--remark")
+    parser.add_argument("--no-cache", action="store_true")
     parser.add_argument("folders", nargs="+")
     options = parser.parse_args()
 
     root = os.getcwd()
     cache = os.path.join(root, "build", "tidy-cache")
-    os.makedirs(cache, exist_ok=True)
+    if options.no_cache:
+        cache = None
+    else:
+        os.makedirs(cache, exist_ok=True)
     version = subprocess.run([TIDY, "--version"], capture_output=True, check=True).stdout
     configuration = version
     for path in (".clang-tidy", os.path.join("tests", ".clang-tidy")):

@@ -24,7 +24,7 @@ std::optional<std::uint16_t> portNumber(std::string_view digits) {
     if (digits.starts_with('+')) digits.remove_prefix(1);
     std::uint16_t port = 0;
     const char* const end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, port);
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), port);
     if (result.ec != std::errc{} || result.ptr != end) return std::nullopt;
     return port;
 }

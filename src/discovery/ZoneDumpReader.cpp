@@ -18,8 +18,9 @@ namespace {
 std::vector<std::string> lastOfEach(std::vector<std::string> names) {
     std::unordered_set<std::string_view> seen;
     std::vector<std::string> kept;
-    for (auto name = names.rbegin(); name != names.rend(); ++name)
-        if (seen.insert(*name).second) kept.push_back(*name);
+    std::reverse(names.begin(), names.end());
+    for (const std::string& name : names)
+        if (seen.insert(name).second) kept.push_back(name);
     std::reverse(kept.begin(), kept.end());
     return kept;
 }

@@ -16,7 +16,7 @@ std::int64_t numberOf(std::string_view piece) {
     }
     std::int64_t number = 0;
     const char* const end = piece.data() + piece.size();
-    const auto [stopped, error] = std::from_chars(piece.data(), end, number);
+    const auto [stopped, error] = std::from_chars(piece.data(), piece.data() + piece.size(), number);
     return error == std::errc() && stopped == end ? number : 0;
 }
 

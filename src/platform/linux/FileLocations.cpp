@@ -40,7 +40,7 @@ std::filesystem::path runtimeDirectory() {
     if (auto named = absolutePathFromEnvironment("XDG_RUNTIME_DIR")) return *named;
     // Where a login makes it, for a program that was started outside of one (by cron, or through su).
     const std::string user = std::to_string(::geteuid());
-    const std::filesystem::path ofLogin = std::filesystem::path("/run/user") / user;
+    std::filesystem::path ofLogin = std::filesystem::path("/run/user") / user;
     if (isOwnDirectory(ofLogin)) return ofLogin;
     return temporaryDirectory() / ("quillbay-" + user);
 }

@@ -34,7 +34,7 @@ utsname systemNames() {
 
 std::string operatingSystemVersion() {
     const utsname names = systemNames();
-    const std::string kernel = std::string(&names.sysname[0]) + " " + &names.release[0];
+    std::string kernel = std::string(&names.sysname[0]) + " " + &names.release[0];
     for (const char* file : {"/etc/os-release", "/usr/lib/os-release"})
         if (const auto distribution = setting(file, "PRETTY_NAME")) return *distribution + ", " + kernel;
     return kernel;

@@ -13,7 +13,7 @@ namespace quillbay {
 /// when the system has no thread to give. After a stop there is nobody left to be told.
 template <typename Answer>
 void answerInBackground(MainQueue& mainQueue, BackgroundWork& background,
-                        std::function<Answer(const StopToken&)> ask, std::function<void(Answer)> done,
+                        std::function<Answer(const StopToken&)> ask, const std::function<void(Answer)>& done,
                         Answer otherwise) {
     try {
         background.run([&mainQueue, ask = std::move(ask), done](const StopToken& token) {
