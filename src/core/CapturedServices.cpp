@@ -139,8 +139,9 @@ bool CapturedServices::keepSeenAfter(std::chrono::system_clock::time_point cutof
         missingBytes += bytes;
         missing_.push_back(std::move(service));
     }
-    if (std::exchange(sorted_, std::move(kept)).size() == sorted_.size()) return false;
-    return true;
+    const std::size_t before = sorted_.size();
+    sorted_ = std::move(kept);
+    return sorted_.size() != before;
 }
 
 void CapturedServices::forgetMissing(std::chrono::system_clock::time_point cutoff) {

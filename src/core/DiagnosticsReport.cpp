@@ -51,9 +51,9 @@ void DiagnosticsReport::begin(Line DiagnosticsReport::* line) {
     });
 }
 
-void DiagnosticsReport::inBackground(std::function<void(const StopToken&)> work,
-                                     std::function<void(std::optional<std::string>)> done) {
-    auto piece = [&mainQueue = host_.mainQueue, work = std::move(work), done](const StopToken& token) {
+void DiagnosticsReport::inBackground(const std::function<void(const StopToken&)>& work,
+                                     const std::function<void(std::optional<std::string>)>& done) {
+    const auto piece = [&mainQueue = host_.mainQueue, work, done](const StopToken& token) {
         std::optional<std::string> failure;
         try {
             work(token);
@@ -63,7 +63,7 @@ void DiagnosticsReport::inBackground(std::function<void(const StopToken&)> work,
         mainQueue.post([done, failure] { done(failure); });
     };
     try {
-        host_.background.run(std::move(piece));
+        host_.background.run(piece);
     } catch (const std::exception& error) {
         host_.mainQueue.post([done, failure = printedError(error)] { done(failure); });
     }

@@ -66,8 +66,8 @@ class DiagnosticsReport : public std::enable_shared_from_this<DiagnosticsReport>
     void reveal(const std::shared_ptr<Sending>& sending, Step next);
 
     /// Runs `work`, which may throw, in the background and `done` on the main queue with its error.
-    void inBackground(std::function<void(const StopToken&)> work,
-                      std::function<void(std::optional<std::string> error)> done);
+    void inBackground(const std::function<void(const StopToken&)>& work,
+                      const std::function<void(std::optional<std::string> error)>& done);
     [[nodiscard]] std::string textWith(const std::string& header) const;
 
     const Host& host_;
