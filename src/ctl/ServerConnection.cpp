@@ -1,6 +1,7 @@
 #include "ctl/ServerConnection.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -28,6 +29,18 @@ UniqueDescriptor connected(const std::filesystem::path& path) {
     }
 }
 
+/// Blocks until there is something to read from `socket`. Throws ReaderGone when the reader of `output` goes
+/// first.
+void awaitInput(int socket, int output) {
+    std::array<pollfd, 2> entries{pollfd{socket, POLLIN, 0}, pollfd{output, 0, 0}};
+    while (entries[0].revents == 0) {
+        if (::poll(entries.data(), entries.size(), -1) < 0 && errno != EINTR) throw systemError(errno);
+        // A closed output is none that could lose its reader.
+        if ((entries[1].revents & POLLNVAL) != 0) entries[1].fd = -1;
+        if ((entries[1].revents & (POLLERR | POLLHUP)) != 0) throw ReaderGone();
+    }
+}
+
 }  // namespace
 
 ServerConnection::ServerConnection(const std::filesystem::path& path) : socket_(connected(path)) {
@@ -50,7 +63,7 @@ void ServerConnection::send(std::string_view request) {
     }
 }
 
-std::optional<std::string> ServerConnection::receive() {
+std::optional<std::string> ServerConnection::receive(int output) {
     while (true) {
         const std::size_t end = input_.find('\n', searched_);
         if (end != std::string::npos) {
@@ -61,6 +74,7 @@ std::optional<std::string> ServerConnection::receive() {
         }
         searched_ = input_.size();
         if (input_.size() > maxDocumentBytes) throw std::runtime_error("The answer is too long.");
+        awaitInput(socket_.get(), output);
         std::array<char, 65536> chunk{};
         const ssize_t count = ::recv(socket_.get(), chunk.data(), chunk.size(), 0);
         if (count < 0 && errno == EINTR) continue;

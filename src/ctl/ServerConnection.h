@@ -17,6 +17,12 @@ class NothingRunning : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Whoever read what this program prints has gone.
+class ReaderGone : public std::runtime_error {
+ public:
+    ReaderGone() : std::runtime_error("Nobody reads any more.") {}
+};
+
 /// The connection to the running program. All calls block.
 class ServerConnection {
  public:
@@ -28,8 +34,9 @@ class ServerConnection {
     void send(std::string_view request);
 
     /// The next document, without its line feed; nothing when the other side has closed the connection.
-    /// Throws std::runtime_error for one that is longer than any that makes sense.
-    std::optional<std::string> receive();
+    /// Throws std::runtime_error for one that is longer than any that makes sense, and ReaderGone when
+    /// nobody is left at the other end of the descriptor `output`: it may be long until the next document.
+    std::optional<std::string> receive(int output);
 
  private:
     /// A list of the 10,000 phones that are kept at most, each with the longest record, is well below this.

@@ -20,7 +20,7 @@ std::string padding(const std::string& text, std::size_t column, const std::vect
 
 }  // namespace
 
-Table::Cell::Cell(std::string cellText, Style::Colour cellColour)
+Table::Cell::Cell(const std::string& cellText, Style::Colour cellColour)
     : text(printable(cellText)), colour(cellColour) {}
 
 Table::Table(std::vector<std::string> headings, Style style)
@@ -32,6 +32,7 @@ void Table::add(std::vector<Cell> row) {
 
 std::string Table::text() const {
     std::vector<std::size_t> widths;
+    widths.reserve(headings_.size());
     for (const std::string& heading : headings_)
         widths.push_back(characterCount(heading));
     for (const auto& row : rows_)

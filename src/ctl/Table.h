@@ -14,7 +14,7 @@ class Table {
         std::string text;
         Style::Colour colour = Style::Colour::none;
         // Implicit, for the many cells that are only text.
-        Cell(std::string cellText, Style::Colour cellColour = Style::Colour::none);
+        Cell(const std::string& cellText, Style::Colour cellColour = Style::Colour::none);
         Cell(const char* cellText) : Cell(std::string(cellText)) {}
     };
 

@@ -71,7 +71,7 @@ int execute(const Ask& ask) {
     ServerConnection server(controlSocketPath(runtimeDirectory()));
     server.send(ask.request);
     int status = succeeded;
-    while (const auto document = server.receive())
+    while (const auto document = server.receive(STDOUT_FILENO))
         if (show(ask, *document, screen, status)) return status;
     screen.clearProgress();
     throw NothingRunning("The running program has ended.");
@@ -105,6 +105,8 @@ int main(int argc, char** argv) {
         const ctl::CommandLine commandLine =
             ctl::parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
         return std::visit([](const auto& command) { return ctl::execute(command); }, commandLine);
+    } catch (const ctl::ReaderGone&) {
+        return ctl::succeeded;
     } catch (const ctl::NothingRunning& nothing) {
         return ctl::fail(ctl::nothingRunning, nothing.what());
     } catch (const ctl::UnexpectedDocument& unexpected) {

@@ -239,8 +239,8 @@ TEST_F(CtlProgram, stops_following_when_nobody_reads_any_more) {
     UniqueDescriptor output = child.takeStandardOutput();
     char byte = 0;
     ASSERT_TRUE(world.until([&] { return ::read(output.get(), &byte, 1) == 1; }));
+    // Without another line that could not be written.
     output.reset();
-    coordinator->logs().user("after");
     ASSERT_TRUE(world.until([&] { return !child.isRunning(); }));
     EXPECT_EQ(child.waitForExit().code, 0);
 }

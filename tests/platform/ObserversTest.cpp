@@ -11,7 +11,6 @@ namespace quillbay {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 TEST(Observers, are_told_in_the_order_in_which_they_came) {
     Observers<std::string, int> observers;
