@@ -14,7 +14,6 @@ namespace {
 using Published = AppCoordinator::Published;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
 
 /// Less than the time that a client is given, after which one that hangs ends in any case.

@@ -18,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using fakes::TestDesktop;
 using fakes::zipContents;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::SizeIs;

@@ -20,8 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using fakes::zipContents;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 
 constexpr std::chrono::seconds generous{20};

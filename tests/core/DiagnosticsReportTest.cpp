@@ -21,7 +21,6 @@ using fakes::zipContents;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
-using ::testing::SizeIs;
 
 /// A desktop that does what the test says, and no more than that.
 class ScriptedDesktop final : public DesktopServices {
