@@ -114,21 +114,21 @@ void LinuxDesktopServices::composeMail(MailDraft draft, std::function<void(MailA
     const auto ask = [surroundings = surroundings_, draft = std::move(draft)](const StopToken& token) {
         return compose(draft, surroundings, token);
     };
-    answerInBackground<MailAnswer>(mainQueue_, background_, ask, std::move(done), MailAnswer::unavailable);
+    answerInBackground<MailAnswer>(mainQueue_, background_, ask, done, MailAnswer::unavailable);
 }
 
 void LinuxDesktopServices::revealFile(std::filesystem::path file, Done done) {
     const auto ask = [surroundings = surroundings_, file = std::move(file)](const StopToken& token) {
         return reveal(file, surroundings, token);
     };
-    answerInBackground<bool>(mainQueue_, background_, ask, std::move(done), false);
+    answerInBackground<bool>(mainQueue_, background_, ask, done, false);
 }
 
 void LinuxDesktopServices::openURL(std::string url, Done done) {
     const auto ask = [surroundings = surroundings_, url = std::move(url)](const StopToken& token) {
         return open(url, surroundings, token);
     };
-    answerInBackground<bool>(mainQueue_, background_, ask, std::move(done), false);
+    answerInBackground<bool>(mainQueue_, background_, ask, done, false);
 }
 
 std::unique_ptr<DesktopServices> DesktopServices::system(MainQueue& mainQueue, BackgroundWork& background,

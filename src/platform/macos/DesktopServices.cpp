@@ -33,7 +33,7 @@ class OpenTool final : public DesktopServices {
             constexpr std::chrono::seconds patience{10};
             return runHelper(tool, arguments, patience, token) == HelperOutcome::done;
         };
-        answerInBackground<bool>(mainQueue_, background_, ask, std::move(done), false);
+        answerInBackground<bool>(mainQueue_, background_, ask, done, false);
     }
 
     MainQueue& mainQueue_;
