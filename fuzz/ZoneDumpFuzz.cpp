@@ -58,7 +58,7 @@ bool isAddress(const std::string& host) {
     return ::inet_pton(AF_INET, host.c_str(), bytes) == 1 || ::inet_pton(AF_INET6, host.c_str(), bytes) == 1;
 }
 
-/// The host without "-" and a number from 2 on before its domain.
+/// The host without "-" and a number from 2 on before its domain, unless it is nothing else.
 std::string recovered(const std::string& host) {
     std::string end;
     std::string name = host;
@@ -73,7 +73,7 @@ std::string recovered(const std::string& host) {
         name.pop_back();
     }
     const bool conflict =
-        !digits.empty() && digits[0] != '0' && digits != "1" && !name.empty() && name.back() == '-';
+        !digits.empty() && digits[0] != '0' && digits != "1" && name.size() > 1 && name.back() == '-';
     return conflict ? name.substr(0, name.size() - 1) + end : host;
 }
 
