@@ -47,20 +47,6 @@ Document orNull(const std::optional<Value>& value) {
     return value ? Document(*value) : Document(nullptr);
 }
 
-const char* nameOf(BridgeStatus::Kind kind) {
-    switch (kind) {
-        case BridgeStatus::Kind::error:
-            return "error";
-        case BridgeStatus::Kind::off:
-            return "off";
-        case BridgeStatus::Kind::pairing:
-            return "pairing";
-        case BridgeStatus::Kind::on:
-            return "on";
-    }
-    return "off";
-}
-
 Document statusOf(const BridgeStatus& status) {
     const bool isError = status.kind == BridgeStatus::Kind::error;
     return {{"state", nameOf(status.kind)}, {"message", isError ? Document(status.message) : Document()}};

@@ -21,4 +21,19 @@ struct BridgeStatus {
     bool operator==(const BridgeStatus&) const = default;
 };
 
+/// The kind in one lower-case word, for documents and reports.
+constexpr const char* nameOf(BridgeStatus::Kind kind) {
+    switch (kind) {
+        case BridgeStatus::Kind::error:
+            return "error";
+        case BridgeStatus::Kind::off:
+            return "off";
+        case BridgeStatus::Kind::pairing:
+            return "pairing";
+        case BridgeStatus::Kind::on:
+            return "on";
+    }
+    return "off";
+}
+
 }  // namespace quillbay

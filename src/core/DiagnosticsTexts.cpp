@@ -17,17 +17,8 @@ std::string providerNames(const DiagnosticsFacts& facts) {
 }
 
 std::string statusText(const BridgeStatus& status) {
-    switch (status.kind) {
-        case BridgeStatus::Kind::error:
-            return "error(" + status.message + ")";
-        case BridgeStatus::Kind::off:
-            return "off";
-        case BridgeStatus::Kind::pairing:
-            return "pairing";
-        case BridgeStatus::Kind::on:
-            return "on";
-    }
-    return "off";
+    const std::string name = nameOf(status.kind);
+    return status.kind == BridgeStatus::Kind::error ? name + "(" + status.message + ")" : name;
 }
 
 std::string headerLine(const DiagnosticsFacts::Profile& profile) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "core/ReachableProfile.h"
 #include "core/Version.h"
 #include "fakes/FakePhone.h"
 #include "fakes/TestHost.h"
@@ -32,17 +33,8 @@ constexpr const char* stillNear =
 /// happening; log lines stand there without their timestamps.
 class AppCoordinatorTest : public ::testing::Test {
  protected:
-    DeviceProfile profile(const std::string& name, std::uint16_t port) {
-        DeviceProfile made = DeviceProfile::draft(name);
-        made.bonjourName = name + "-instance";
-        made.bonjourHost = name + ".local";
-        made.providerID = "tailscale";
-        made.providerHostName = name;
-        made.providerIP = world.phoneIP;
-        made.remotePairingPort = port;
-        made.tunnelPortRangeStart = 40001;
-        made.tunnelPortRangeEnd = 40002;
-        return made;
+    DeviceProfile profile(const std::string& name, std::uint16_t port) const {
+        return reachableProfile(name, world.phoneIP, port);
     }
 
     DeviceProfileStore store() { return DeviceProfileStore(world.host.files, "Quillbay"); }

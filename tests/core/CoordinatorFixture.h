@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "core/AppCoordinator.h"
+#include "core/ReachableProfile.h"
 #include "fakes/TestHost.h"
 
 namespace quillbay {
@@ -132,16 +133,7 @@ class CoordinatorTest : public ::testing::Test {
     }
 
     DeviceProfile profile(const std::string& name, std::uint16_t port) const {
-        DeviceProfile made = DeviceProfile::draft(name);
-        made.bonjourName = name + "-instance";
-        made.bonjourHost = name + ".local";
-        made.providerID = "tailscale";
-        made.providerHostName = name;
-        made.providerIP = world.phoneIP;
-        made.remotePairingPort = port;
-        made.tunnelPortRangeStart = 40001;
-        made.tunnelPortRangeEnd = 40002;
-        return made;
+        return reachableProfile(name, world.phoneIP, port);
     }
 
     // The questions run in the world's background.
