@@ -293,13 +293,13 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     CapturedServices capturedServices_;
     DeviceNames deviceNames_;
     Refresh namesRefresh_;
-    std::shared_ptr<ProxyHosts> proxyHosts_ = std::make_shared<ProxyHosts>();
+    std::shared_ptr<ProxyHosts> proxyHosts_ = std::make_shared<ProxyHosts>(host_.clock);
     std::optional<ServiceInquiries> inquiries_;
     std::unique_ptr<RepeatingTimer> staleCheckTimer_;
     std::optional<std::chrono::steady_clock::time_point> discoveryStarted_;
     /// When the captured services were last checked; nothing before discovery has started.
     std::optional<std::chrono::system_clock::time_point> lastCheck_;
-    /// What this computer announced at the last check, or when the capture was started after that.
+    /// The own hosts at the last check, or when the capture was started after that.
     std::set<std::string> proxiedHosts_;
 
     std::map<std::string, std::shared_ptr<MeshVPNProvider>> providersByID_;

@@ -138,6 +138,7 @@ TEST_F(AppCoordinatorDiscovery, never_asks_for_the_host_that_this_computer_annou
     EXPECT_THAT(lines(), Contains(::testing::HasSubstr("self-loop, not a real device")));
 
     coordinator->stop(mine);
+    world.advance(2s);
     world.tools.appendZoneText(records("Mine", "iPhone-2.local"));
     EXPECT_TRUE(world.until([&] { return std::ranges::count(hosts(), "iPhone.local") == 1; }));
 }
@@ -164,6 +165,36 @@ TEST_F(AppCoordinatorDiscovery, a_phone_that_came_home_while_it_was_bridged_is_f
     world.advance(5s);
     ASSERT_TRUE(world.until([&] { return world.tools.runningZoneDumps() == 1; }));
     EXPECT_EQ(world.tools.zoneDumps().size(), 2U);
+}
+
+TEST_F(AppCoordinatorDiscovery, the_own_record_that_is_seen_on_its_way_out_does_not_stand_in_for_the_phone) {
+    const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
+    DeviceProfile mine = profile("iPhone", phone.port());
+    make();
+    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
+    coordinator->startDiscovery();
+    coordinator->start(mine);
+    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    const std::string own = records("Mine", "iPhone.local");
+    const std::string renamed = records("Theirs", "iPhone-2.local");
+    world.tools.appendZoneText(own + renamed + records("Third", "third.local"));
+    ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "third.local") == 1; }));
+
+    world.advance(4s);
+    coordinator->stop(mine);
+    // A check comes, and then somebody looks anew, while the record is still shown to all who begin to look.
+    world.advance(1s);
+    coordinator->startDiscovery();
+    world.tools.appendZoneText(records("Fourth", "fourth.local"));
+    ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "fourth.local") == 1; }));
+    EXPECT_THAT(hosts(), ElementsAre("fourth.local", "third.local"));
+
+    world.tools.clearZoneText();
+    world.tools.appendZoneText(renamed);
+    world.advance(5s);
+    ASSERT_TRUE(world.until([&] { return world.tools.zoneDumps().size() == 3; })) << "nobody looks again";
+    ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "iPhone.local") == 1; }));
+    EXPECT_EQ(coordinator->capturedServices().at(1).name, "Theirs");
 }
 
 TEST_F(AppCoordinatorDiscovery, holds_at_most_ten_thousand_phones) {

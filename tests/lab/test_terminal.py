@@ -67,7 +67,7 @@ def test_the_own_record_is_seen_and_is_not_offered_as_a_phone(lab):
     wait_until(lambda: not lab.desk.mdns_lookup(limit_seconds=0.4), 5, "the record is withdrawn")
     assert terminal.phones() == []
     # What the bridge kept out of the list is looked for again, and this is not found any more.
-    agent.await_diagnostic("Bonjour scan started", 10, after=before)
+    agent.await_diagnostic("Bonjour scan started", 15, after=before)
     for _ in range(20):
         assert terminal.phones() == []
 
