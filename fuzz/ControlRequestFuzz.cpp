@@ -42,6 +42,7 @@ struct CheckRequest {
         require(report.to.is_absolute(), "a report goes to one place");
         require(report.to.native().find('\0') == std::string::npos, "a path ends where it seems to");
     }
+    void operator()(const control::Activate& activate) const { checkText(activate.token.value_or("")); }
 };
 
 /// The document of a refusal is one line and reads back as it was written.

@@ -1,6 +1,6 @@
 """How soon a phone that announces itself is a line of `phones`, beside avahi-browse on the same computer.
 
-    python3 announcement.py [--runs N] [--json FILE]     (root; PYTHONPATH has the lab)
+    python3 announcement.py [--runs N] [--json FILE]     (root; PYTHONPATH has the lab and bench)
 
 Each run is a phone of a new name in the lab. Prints the table and the verdict of the other benchmarks; with --json its
 rows are added to those that the file has.
@@ -13,6 +13,7 @@ import statistics
 import subprocess
 import sys
 
+import table
 from quillbay_lab import Agent, Lab, LabError, Terminal, programs, wait_until
 from quillbay_lab.lab import MAC_ADDRESS, PHONE_ADDRESS
 from quillbay_lab.lines import Lines
@@ -63,31 +64,6 @@ def rows_of(times):
             {"name": "phones behind avahi-browse", "unit": "ms", "values": {"phones": behind}}]
 
 
-def show(rows):
-    print(f"{'what':<34} {'who':<8} {'median':>10} {'spread':>21}  own / who")
-    for row in rows:
-        own = statistics.median(row["values"]["phones"])
-        for who, values in sorted(row["values"].items()):
-            median = statistics.median(values)
-            ratio = f"{own / median:.2f}" if who != "phones" and median else ""
-            print(f"{row['name'] + ' [' + row['unit'] + ']':<34} {who:<8} {median:>10.2f} {min(values):>10.2f}–"
-                  f"{max(values):<10.2f}  {ratio}")
-
-
-def verdict(row):
-    behind = statistics.median(row["values"]["phones"])
-    met = "met" if behind <= _MOST_BEHIND_MS else "FALLS SHORT"
-    print(f"{met:<12} {row['name']}: wanted at most {_MOST_BEHIND_MS}, is {behind:.2f} ms")
-
-
-def add_to(file, rows):
-    path = pathlib.Path(file)
-    known = json.loads(path.read_text()) if path.exists() else []
-    for row in rows:
-        row["median"] = {who: statistics.median(values) for who, values in row["values"].items()}
-    path.write_text(json.dumps(known + rows, indent=2) + "\n")
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
     parser.add_argument("--runs", type=int, default=20)
@@ -98,10 +74,11 @@ def main():
         rows = rows_of(measure(max(1, options.runs)))
     except LabError as error:
         sys.exit(f"announcement: {error}")
-    show(rows)
-    verdict(rows[1])
+    table.show(rows, "phones")
+    behind = rows[1]
+    table.verdict(behind["name"], statistics.median(behind["values"]["phones"]), _MOST_BEHIND_MS, "ms")
     if options.json:
-        add_to(options.json, rows)
+        table.add_to(options.json, rows)
 
 
 if __name__ == "__main__":

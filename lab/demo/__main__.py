@@ -1,6 +1,9 @@
 """Runs the steps, and takes the lab down whatever happens.
 
-    python3 -m demo [terminal]
+    python3 -m demo [terminal | window]
+
+With "window" and a screen to be seen (DISPLAY), the windows are there to be tried; without one the steps try them, and
+leave their pictures in the folder that QUILLBAY_PICTURES names.
 
 Exit status: 0 when all steps were seen, 1 when one was not, 2 when the lab could not be made or the arguments are
 wrong, 128 + the signal's number after Ctrl-C or SIGTERM.
@@ -17,8 +20,10 @@ from .checks import NotSeen
 from .screen import Screen
 from .steps import Steps
 from .terminal_steps import TerminalSteps
+from .window_steps import WindowSteps
+from .window_visit import visit
 
-_DEMOS = {(): Steps, ("terminal",): TerminalSteps}
+_DEMOS = {(): Steps, ("terminal",): TerminalSteps, ("window",): WindowSteps}
 _WHO_IS_WHO = ("mac has the bridge; desk is another computer on its local network; the mesh is the VPN between mac and "
                "the phone.")
 
@@ -59,7 +64,7 @@ def _show(screen, steps):
 def main(arguments=()):
     chosen = _DEMOS.get(tuple(arguments))
     if chosen is None:
-        print("usage: python3 -m demo [terminal]", file=sys.stderr)
+        print("usage: python3 -m demo [terminal | window]", file=sys.stderr)
         return 2
     screen = Screen(sys.stdout, chosen.TOTAL)
     if os.geteuid() != 0:
@@ -71,6 +76,9 @@ def main(arguments=()):
         with contextlib.ExitStack() as stack:
             with screen.progress("the network is made"):
                 lab = stack.enter_context(Lab())
+            if chosen is WindowSteps and os.environ.get("DISPLAY"):
+                visit(lab, screen)
+                return 0
             seen = _show(screen, chosen(lab))
     except LabError as problem:
         screen.line(f"the lab could not be made: {problem}")

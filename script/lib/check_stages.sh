@@ -67,21 +67,25 @@ configure_clang() {
         -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON
 }
 
-# What an installation holds: these programs and nothing of the lab.
-installed_programs=(bin/quillbay-agent bin/quillbayctl libexec/quillbay/dns-sd)
+# What an installation holds: these programs, what desktops look for, and nothing of the lab.
+application=com.local.mirel.Quillbay
+installed_files=(bin/quillbay bin/quillbay-agent bin/quillbayctl libexec/quillbay/dns-sd
+    "share/applications/$application.desktop" "share/metainfo/$application.metainfo.xml"
+    "share/icons/hicolor/scalable/apps/$application.svg"
+    "share/icons/hicolor/symbolic/apps/$application-symbolic.svg")
 
 stage_clang() {
     configure_clang
     # Not the tests: the sanitizers' configurations build those, with the same compiler.
-    with_build_lock cmake --build build/clang --target quillbay-agent quillbayctl dns-sd quillbay-phone quillbay-lab-client \
+    with_build_lock cmake --build build/clang --target quillbay quillbay-agent quillbayctl dns-sd quillbay-phone quillbay-lab-client \
         quillbay-bench
     local prefix="build/clang/installed" found
     rm -rf "$prefix"
     cmake --install build/clang --prefix "$prefix"
     found="$(cd "$prefix" && find . -type f | sed 's#^\./##' | sort)"
-    if [[ "$found" != "$(printf '%s\n' "${installed_programs[@]}" | sort)" ]]; then
+    if [[ "$found" != "$(printf '%s\n' "${installed_files[@]}" | sort)" ]]; then
         printf 'cmake --install left:\n%s\nexpected were:\n' "$found"
-        printf '%s\n' "${installed_programs[@]}"
+        printf '%s\n' "${installed_files[@]}"
         remark clang "the installation is not what it should be"
         return 1
     fi
@@ -104,9 +108,32 @@ stage_format() {
     ((${#files[@]} > 0 && ${#wrong[@]} == 0))
 }
 
+# Qt's generated halves of our classes, of which some are included.
+generate_meta_objects() {
+    local -a targets
+    mapfile -t targets < <(ninja -C build/clang -t targets all | sed -n 's/^\([a-z_-]*_autogen\): .*/\1/p' | sort -u)
+    with_build_lock cmake --build build/clang --target "${targets[@]}"
+}
+
+stage_qml() {
+    configure_clang
+    # The descriptions of the types that QML knows from C++.
+    with_build_lock cmake --build build/clang --target ui_qmltyperegistration ui_qml_test_qmltyperegistration
+    local -a files
+    mapfile -t files < <(our_files '*.qml')
+    remark qml "${#files[@]} files"
+    ((${#files[@]} > 0)) || return 1
+    # It ends well whatever it warns of, and has nothing to say about what is right.
+    local said
+    said="$(/usr/lib/qt6/bin/qmllint -I build/clang/qml "${files[@]}" 2>&1)" || true
+    printf '%s\n' "$said"
+    [[ -z "$said" ]]
+}
+
 # The analysis needs no object files, but what the build generates and the flags of each file.
 stage_tidy() {
     configure_clang >/dev/null
+    generate_meta_objects >/dev/null
     local -a databases=(build/clang)
     # The fuzz targets are built by the sanitizers' configuration alone.
     with_build_lock cmake --preset asan >/dev/null
@@ -163,6 +190,23 @@ stage_mac() {
         return 1
     fi
     script/check-mac
+}
+
+# The Mac's description comes from the configuration.
+stage_desktop() {
+    configure_clang
+    local said
+    said="$(desktop-file-validate "packaging/$application.desktop" 2>&1)" || true
+    # A hint or a warning, which leaves the status alone, is a finding too.
+    if [[ -n "$said" ]]; then
+        printf '%s\n' "$said"
+        return 1
+    fi
+    appstreamcli validate --no-net --pedantic "packaging/$application.metainfo.xml"
+    local -a files
+    mapfile -t files < <(our_files 'packaging/*.svg' 'packaging/*.xml' 'src/ui/symbols/*.svg')
+    xmllint --nonet --noout "${files[@]}"
+    "$python" script/lib/desktop.py build/clang/packaging/Info.plist "$logs/desktop.remark"
 }
 
 stage_structure() { "$python" script/lib/structure.py; }

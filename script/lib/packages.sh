@@ -2,23 +2,31 @@
 
 package_sets=(build test lab check bench fresh)
 
+# What the windows load when they run.
+windows=(qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
+    qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)
+# A screen in memory with a window manager and a tray, and the fonts of the pictures.
+screen=(fonts-inter fonts-jetbrains-mono openbox tint2 xdotool xvfb)
+
 # packages_of SET: the names, one per line.
 packages_of() {
     case "$1" in
         build)
             printf '%s\n' build-essential cmake ninja-build pkg-config libboost1.81-dev nlohmann-json3-dev libicu-dev \
                 libre2-dev libfmt-dev libcurl4-openssl-dev ca-certificates libavahi-client-dev libsystemd-dev libgtest-dev \
-                libgmock-dev
+                libgmock-dev libxcb1-dev qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libqt6svg6-dev "${windows[@]}"
             ;;
-        # What the unit and component tests start (a D-Bus daemon, ip, openssl, ps, zip), and what reads their reports.
-        test) printf '%s\n' dbus iproute2 openssl procps python3 zip ;;
+        # What the unit and component tests start (a D-Bus daemon, ip, openssl, ps, zip, a screen), and what reads their
+        # reports.
+        test) printf '%s\n' dbus iproute2 openssl procps python3 zip qml6-module-qttest "${screen[@]}" ;;
         lab)
-            printf '%s\n' avahi-daemon avahi-utils dbus iproute2 procps python3 python3-pytest \
-                python3-pytest-xdist systemd util-linux zip
+            printf '%s\n' avahi-daemon avahi-utils dbus iproute2 openssl procps python3 python3-pytest \
+                python3-pytest-xdist systemd util-linux zip at-spi2-core gir1.2-atspi-2.0 imagemagick python3-gi \
+                "${screen[@]}"
             ;;
         check)
             printf '%s\n' clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev llvm-19 npm nodejs file git \
-                shellcheck util-linux
+                shellcheck util-linux appstream desktop-file-utils librsvg2-bin libxml2-utils
             ;;
         bench) printf '%s\n' haproxy python3 ;;
         fresh) printf '%s\n' debootstrap util-linux git ;;

@@ -4,7 +4,6 @@
 
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
-#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -15,12 +14,11 @@
 #include "core/AppCoordinator.h"
 #include "core/Version.h"
 #include "platform/AsioMainQueue.h"
-#include "platform/DescriptorLimit.h"
-#include "platform/DescriptorTable.h"
 #include "platform/InstanceLock.h"
 #include "platform/Observers.h"
 #include "platform/PrintedError.h"
 #include "platform/RuntimeFolder.h"
+#include "platform/SystemHost.h"
 #include "update/UpdateChecker.h"
 #include "update/UpdateNotice.h"
 
@@ -44,19 +42,8 @@ void runCoordinator(AsioMainQueue& mainQueue, NetworkThreads& network) {
 
     LinePrinter printer;
     const auto printLine = [&printer](const std::string& line) { printer.print(line); };
-    SystemClock clock;
-    SystemRandomSource random;
-    BackgroundWork background;
-    Host host{mainQueue,
-              network,
-              background,
-              clock,
-              random,
-              FileLocations::system(),
-              HostTools::system(programDirectory())};
-    const std::unique_ptr<DesktopServices> desktop =
-        DesktopServices::system(mainQueue, background, host.tools);
-    host.desktop = desktop.get();
+    const SystemHost system(mainQueue, network);
+    const Host& host = system.host();
 
     const std::shared_ptr<AppCoordinator> coordinator = AppCoordinator::make(host);
     const Subscription printing = coordinator->logs().userLineAdded.add(printLine);
@@ -73,12 +60,7 @@ int run() {
     // Before anything else: a coordinator's first act is to end what an earlier run has left behind, and that
     // must not be what another one is using.
     const InstanceLock onlyOne = InstanceLock::take(prepareRuntimeFolder(runtimeDirectory()));
-    raiseDescriptorLimit();
-    // Room for the full range of one phone: while there is a single thread it costs nothing.
-    constexpr std::size_t descriptorsOfABridge = 8192;
-    reserveDescriptors(descriptorsOfABridge);
-    // A reader of the sentences that goes away must not take the bridges with it.
-    std::signal(SIGPIPE, SIG_IGN);
+    prepareProcess();
 
     // The main queue may hold what lives on a network thread, and the threads post to the main queue: so they
     // stop before it goes, and are gone after it.

@@ -112,6 +112,12 @@ void ControlCommands::carryOut(const control::Report& request, const Answer& ans
     });
 }
 
+void ControlCommands::carryOut(const control::Activate& request, const Answer& answer) {
+    if (!activate_) throw RefusedRequest("The program that runs has no windows.");
+    activate_(request.token);
+    answer->last(control::endDocument());
+}
+
 void ControlCommands::whenPhonesAreKnown(const Answer& answer, Task then) {
     const auto now = host_.clock.steadyNow();
     if (!coordinator_.discoveryStarted()) coordinator_.startDiscovery();

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "control/ControlAnswer.h"
 #include "control/ControlRequest.h"
@@ -11,6 +14,10 @@
 #include "platform/Host.h"
 
 namespace quillbay {
+
+/// Brings the program's window to the front. `token` is the desktop's leave to do so, if whoever asks has
+/// one.
+using ActivationHandler = std::function<void(const std::optional<std::string>& token)>;
 
 /// Carries requests out with the coordinator's own operations. Lives on the main queue.
 ///
@@ -26,7 +33,8 @@ class ControlCommands {
     static constexpr std::chrono::seconds deviceNamesAge{30};
 
     /// `host` and `coordinator` must outlive the commands.
-    ControlCommands(const Host& host, AppCoordinator& coordinator) : host_(host), coordinator_(coordinator) {}
+    ControlCommands(const Host& host, AppCoordinator& coordinator, ActivationHandler activate = {})
+        : host_(host), coordinator_(coordinator), activate_(std::move(activate)) {}
     ControlCommands(const ControlCommands&) = delete;
     ControlCommands& operator=(const ControlCommands&) = delete;
 
@@ -48,6 +56,7 @@ class ControlCommands {
     void carryOut(const control::Remove& request, const Answer& answer);
     void carryOut(const control::Log& request, const Answer& answer);
     void carryOut(const control::Report& request, const Answer& answer);
+    void carryOut(const control::Activate& request, const Answer& answer);
 
     /// Runs `then` as soon as the local network has been looked at for long enough.
     void whenPhonesAreKnown(const Answer& answer, Task then);
@@ -62,6 +71,8 @@ class ControlCommands {
 
     const Host& host_;
     AppCoordinator& coordinator_;
+    /// Empty in a program without windows.
+    ActivationHandler activate_;
     std::optional<std::chrono::steady_clock::time_point> deviceNamesAsked_;
 };
 

@@ -117,6 +117,11 @@ ControlRequest readReport(const Arguments& arguments) {
     return control::Report{to};
 }
 
+ControlRequest readActivate(const Arguments& arguments) {
+    arguments.allow({"token"});
+    return control::Activate{arguments.optionalText("token")};
+}
+
 using Reader = ControlRequest (*)(const Arguments&);
 
 constexpr std::array<std::pair<std::string_view, Reader>, std::variant_size_v<ControlRequest>> readers{{
@@ -132,6 +137,7 @@ constexpr std::array<std::pair<std::string_view, Reader>, std::variant_size_v<Co
     {"remove", readForProfile<control::Remove>},
     {"log", readLog},
     {"report", readReport},
+    {"activate", readActivate},
 }};
 
 std::string commandOf(const JSONValue& request) {

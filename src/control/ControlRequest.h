@@ -71,12 +71,18 @@ struct Report {
     std::filesystem::path to;
     bool operator==(const Report&) const = default;
 };
+struct Activate {
+    /// What the desktop gave to whoever asks, so that a window may take the focus.
+    std::optional<std::string> token;
+    bool operator==(const Activate&) const = default;
+};
 
 }  // namespace control
 
-using ControlRequest = std::variant<control::Status, control::Phones, control::Providers, control::Peers,
-                                    control::Pair, control::Start, control::Stop, control::Scan,
-                                    control::Rename, control::Remove, control::Log, control::Report>;
+using ControlRequest =
+    std::variant<control::Status, control::Phones, control::Providers, control::Peers, control::Pair,
+                 control::Start, control::Stop, control::Scan, control::Rename, control::Remove, control::Log,
+                 control::Report, control::Activate>;
 
 /// The longest request, without its line feed.
 inline constexpr std::size_t maxControlRequestBytes = std::size_t{64} * 1024;

@@ -36,8 +36,8 @@ void removeStaleSocket(const std::filesystem::path& path) {
 /// The clients whose requests are being answered. Lives on the main queue; what comes late from the network
 /// threads finds it gone.
 struct ControlServer::Clients : std::enable_shared_from_this<Clients> {
-    Clients(const Host& host, AppCoordinator& coordinator)
-        : mainQueue(host.mainQueue), commands(host, coordinator) {}
+    Clients(const Host& host, AppCoordinator& coordinator, ActivationHandler activate)
+        : mainQueue(host.mainQueue), commands(host, coordinator, std::move(activate)) {}
 
     /// What the connections report, carried over to the main queue.
     [[nodiscard]] ControlConnection::Events events() {
@@ -100,9 +100,9 @@ struct ControlServer::Clients : std::enable_shared_from_this<Clients> {
     std::map<Connection, std::shared_ptr<ControlAnswer>> answers;
 };
 
-ControlServer::ControlServer(const Host& host, AppCoordinator& coordinator)
+ControlServer::ControlServer(const Host& host, AppCoordinator& coordinator, ActivationHandler activate)
     : path_(prepareRuntimeFolder(host.files.runtime) / controlSocketPath(host.files.runtime).filename()),
-      clients_(std::make_shared<Clients>(host, coordinator)) {
+      clients_(std::make_shared<Clients>(host, coordinator, std::move(activate))) {
     removeStaleSocket(path_);
     UniqueDescriptor listening = listenLocal(path_);
     struct stat status{};

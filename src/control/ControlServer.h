@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "control/ControlCommands.h"
 #include "core/AppCoordinator.h"
 #include "platform/Host.h"
 
@@ -23,8 +24,9 @@ class ControlServer {
     /// The caller holds the InstanceLock of that folder. Throws std::runtime_error, with a sentence, and
     /// std::system_error.
     ///
-    /// `host` and `coordinator` must outlive the server, and the network threads must still run when it goes.
-    ControlServer(const Host& host, AppCoordinator& coordinator);
+    /// `activate` is empty in a program without windows. `host`, `coordinator` and what `activate` uses must
+    /// outlive the server, and the network threads must still run when it goes.
+    ControlServer(const Host& host, AppCoordinator& coordinator, ActivationHandler activate = {});
 
     /// Disconnects all clients, ends what only served them and removes the socket.
     ~ControlServer();

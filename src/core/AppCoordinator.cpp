@@ -198,6 +198,12 @@ BridgeStatus AppCoordinator::status(const std::string& profileID) const {
     return entry == statusByProfileID_.end() ? BridgeStatus::off() : entry->second;
 }
 
+void AppCoordinator::setLaunchAtLoginEnabled(bool enabled) {
+    if (launchAtLoginEnabled_ == enabled) return;
+    launchAtLoginEnabled_ = enabled;
+    published.notify(Published::launchAtLogin);
+}
+
 BridgeStatus AppCoordinator::overallStatus() const {
     for (const auto kind : {BridgeStatus::Kind::on, BridgeStatus::Kind::pairing, BridgeStatus::Kind::error})
         for (const auto& [id, status] : statusByProfileID_)

@@ -142,8 +142,12 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     void refreshAllInstalledProviders();
 
     /// Uses the client at `path` from now on and remembers that; empty: the one where such clients are
-    /// usually installed. A refresh that runs begins anew with it.
-    void setBinaryPath(const std::string& path, const std::string& providerID);
+    /// usually installed. A refresh that runs begins anew with it. Returns why it could not be remembered, in
+    /// which case it holds until the end of this run.
+    std::optional<std::string> setBinaryPath(const std::string& path, const std::string& providerID);
+
+    /// The setting that remembers the path of a provider's client.
+    static std::string binaryPathKey(const std::string& providerID);
 
     // A look for a phone's port at the user's request.
 
@@ -213,9 +217,13 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     [[nodiscard]] AppLogStore& logs() { return logs_; }
     /// This computer's address on the local network, read now.
     [[nodiscard]] std::optional<std::string> localIP() const;
+    /// Whether the program starts when the user logs in: what the desktop said last. Whoever asks the desktop
+    /// or tells it says so here.
+    [[nodiscard]] bool launchAtLoginEnabled() const { return launchAtLoginEnabled_; }
+    void setLaunchAtLoginEnabled(bool enabled);
 
     /// The parts of the published state.
-    enum class Published { capturedServices, installedProviders, devices, profiles, statuses };
+    enum class Published { capturedServices, installedProviders, devices, profiles, statuses, launchAtLogin };
     /// Told after every change of one of them.
     Observers<Published> published;
     /// Told after every change of a profile's status, with the profile's id.
@@ -263,7 +271,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     void endRefresh(const std::string& providerID, std::uint64_t run, Listing listing);
     /// Says that `part` has changed and tells those who waited for it.
     void finish(Refresh& refresh, Published part);
-    void keepBinaryPath(const std::string& path, const std::string& providerID);
+    std::optional<std::string> keepBinaryPath(const std::string& path, const std::string& providerID);
 
     [[nodiscard]] std::shared_ptr<ProxyBridge> makeBridge(const DeviceProfile& profile) const;
     [[nodiscard]] Diagnosis* diagnosis(const std::string& profileID, std::uint64_t number);
@@ -313,6 +321,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
 
     std::vector<DeviceProfile> profiles_;
     std::map<std::string, BridgeStatus> statusByProfileID_;
+    bool launchAtLoginEnabled_ = false;
     std::map<std::string, std::shared_ptr<ProxyBridge>> bridgesByProfileID_;
 };
 

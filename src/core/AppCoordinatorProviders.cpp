@@ -13,13 +13,9 @@
 
 namespace quillbay {
 
-namespace {
-
-std::string binaryPathKey(const std::string& providerID) {
+std::string AppCoordinator::binaryPathKey(const std::string& providerID) {
     return "meshvpn.binaryPath." + providerID;
 }
-
-}  // namespace
 
 std::shared_ptr<MeshVPNProvider> AppCoordinator::makeProvider(const MeshVPNProviderType& type) const {
     std::optional<std::string> path = settings_.string(binaryPathKey(type.id));
@@ -100,30 +96,35 @@ void AppCoordinator::finish(Refresh& refresh, Published part) {
         done();
 }
 
-void AppCoordinator::setBinaryPath(const std::string& path, const std::string& providerID) {
+std::optional<std::string> AppCoordinator::setBinaryPath(const std::string& path,
+                                                         const std::string& providerID) {
     const auto found = providersByID_.find(providerID);
-    if (found == providersByID_.end()) return;
+    if (found == providersByID_.end()) return std::nullopt;
     MeshVPNProvider& provider = *found->second;
     provider.setBinaryPath(path.empty() ? provider.type().defaultBinaryPath() : path);
-    keepBinaryPath(path, providerID);
+    std::optional<std::string> notKept = keepBinaryPath(path, providerID);
     refreshInstalledProviders();
     logs_.diagnostic("CLI path for " + providerID + " set to " + (path.empty() ? "(default)" : path));
 
     const auto refresh = refreshByProviderID_.find(providerID);
-    if (refresh == refreshByProviderID_.end() || !refresh->second.work) return;
+    if (refresh == refreshByProviderID_.end() || !refresh->second.work) return notKept;
     refresh->second.work->requestStop();
     beginRefresh(providerID);
+    return notKept;
 }
 
-void AppCoordinator::keepBinaryPath(const std::string& path, const std::string& providerID) {
+std::optional<std::string> AppCoordinator::keepBinaryPath(const std::string& path,
+                                                          const std::string& providerID) {
     try {
         if (path.empty())
             settings_.remove(binaryPathKey(providerID));
         else
             settings_.setString(binaryPathKey(providerID), path);
+        return std::nullopt;
     } catch (const std::exception& error) {
-        // It holds until the end of this run.
         logs_.diagnostic("CLI path for " + providerID + " could not be saved: " + printedError(error));
+        const auto* system = dynamic_cast<const std::system_error*>(&error);
+        return system != nullptr ? system->code().message() : error.what();
     }
 }
 

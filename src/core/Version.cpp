@@ -6,4 +6,8 @@ const char* applicationVersion() {
     return QUILLBAY_VERSION;
 }
 
+const char* applicationBuildNumber() {
+    return QUILLBAY_BUILD_NUMBER;
+}
+
 }  // namespace quillbay

@@ -72,6 +72,10 @@ void SettingsStore::setString(std::string_view key, const std::string& value) {
     write(file_, settings);
 }
 
+void SettingsStore::checkReadable() const {
+    static_cast<void>(readForChange(file_));
+}
+
 void SettingsStore::remove(std::string_view key) {
     nlohmann::ordered_json settings = readForChange(file_);
     if (settings.erase(std::string(key)) != 0) write(file_, settings);

@@ -24,6 +24,9 @@ class SettingsStore {
     /// names the file, when what is in it cannot be read: it is left as it is then.
     void setString(std::string_view key, const std::string& value);
 
+    /// Throws as `setString` when a change could not be made to what is in the file now; changes nothing.
+    void checkReadable() const;
+
     /// Forgets the key. Throws as `setString`.
     void remove(std::string_view key);
 

@@ -285,5 +285,19 @@ TEST_F(ControlCommandsTest, report_says_why_it_could_not_be_written) {
     EXPECT_THAT(ask(R"({"command":"report","to":")" + path + "\"}"), ::testing::StartsWith(R"({"error":")"));
 }
 
+TEST_F(ControlCommandsTest, activate_brings_the_windows_to_the_front) {
+    std::vector<std::optional<std::string>> tokens;
+    activate = [&](const std::optional<std::string>& token) { tokens.push_back(token); };
+    serve();
+    EXPECT_EQ(ask(R"({"command":"activate"})"), "{}");
+    EXPECT_EQ(ask(R"({"command":"activate","token":"from the desktop"})"), "{}");
+    EXPECT_EQ(tokens, (std::vector<std::optional<std::string>>{std::nullopt, "from the desktop"}));
+}
+
+TEST_F(ControlCommandsTest, activate_is_refused_by_a_program_without_windows) {
+    serve();
+    EXPECT_EQ(ask(R"({"command":"activate"})"), R"({"error":"The program that runs has no windows."})");
+}
+
 }  // namespace
 }  // namespace quillbay

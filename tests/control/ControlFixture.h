@@ -35,7 +35,7 @@ class ControlFixture : public ::testing::Test {
                                                const StopToken&) { return PresenceAnswer::silent; }});
         // The first address is news, too.
         world.settle();
-        server = std::make_unique<ControlServer>(world.host, *coordinator);
+        server = std::make_unique<ControlServer>(world.host, *coordinator, activate);
     }
 
     fakes::ControlClient client() { return {world, server->socketPath()}; }
@@ -99,6 +99,8 @@ class ControlFixture : public ::testing::Test {
 
     std::vector<DeviceProfile> stored() { return DeviceProfileStore(world.host.files, "Quillbay").load(); }
 
+    /// To be set before `serve`.
+    ActivationHandler activate;
     fakes::TestHost world;
     std::shared_ptr<AppCoordinator> coordinator;
     std::unique_ptr<ControlServer> server;

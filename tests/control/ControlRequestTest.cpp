@@ -33,6 +33,8 @@ TEST(ControlRequest, reads_every_command_with_its_arguments) {
     EXPECT_EQ(parseControlRequest(R"({"command":"log","follow":true})"), ControlRequest(Log{true}));
     EXPECT_EQ(parseControlRequest(R"({"command":"report","to":"/tmp/a.zip"})"),
               ControlRequest(Report{"/tmp/a.zip"}));
+    EXPECT_EQ(parseControlRequest(R"({"command":"activate"})"), ControlRequest(Activate{std::nullopt}));
+    EXPECT_EQ(parseControlRequest(R"({"command":"activate","token":"t"})"), ControlRequest(Activate{"t"}));
 }
 
 TEST(ControlRequest, reads_both_ways_to_pair) {

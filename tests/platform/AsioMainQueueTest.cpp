@@ -2,35 +2,28 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
-#include <vector>
+
+#include "platform/MainQueueSuite.h"
 
 namespace quillbay {
 namespace {
 
 using namespace std::chrono_literals;
 
-TEST(AsioMainQueue, runs_tasks_in_order_and_never_inside_post) {
+struct AsioLoop {
     AsioMainQueue queue;
-    std::vector<int> order;
-    queue.post([&] {
-        queue.post([&] {
-            order.push_back(3);
-            queue.stop();
-        });
-        order.push_back(1);
-    });
-    queue.post([&] { order.push_back(2); });
-    EXPECT_TRUE(order.empty());
-    queue.run();
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
-}
+    void run() { queue.run(); }
+    void stop() { queue.stop(); }
+};
 
-TEST(AsioMainQueue, knows_its_thread) {
+INSTANTIATE_TYPED_TEST_SUITE_P(AsioMainQueue, MainQueueSuite, AsioLoop);
+
+TEST(AsioMainQueue, may_run_on_another_thread_than_the_one_that_made_it) {
     AsioMainQueue queue;
-    EXPECT_TRUE(queue.isCurrent());
     std::promise<bool> inside;
     std::thread main([&] {
         queue.post([&] {
@@ -90,59 +83,6 @@ TEST(AsioMainQueue, gives_up_at_the_limit_and_when_stopped) {
     queue.post([&] { queue.stop(); });
     EXPECT_FALSE(queue.runUntil([] { return false; }, 1h));
     EXPECT_TRUE(queue.runUntil([] { return true; }, 1h));
-}
-
-TEST(AsioMainQueue, runs_a_timers_task_on_its_thread_when_the_delay_has_passed) {
-    AsioMainQueue queue;
-    const auto begin = std::chrono::steady_clock::now();
-    std::vector<int> order;
-    const auto later = queue.after(40ms, [&] {
-        EXPECT_TRUE(queue.isCurrent());
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, 40ms);
-        order.push_back(2);
-        queue.stop();
-    });
-    const auto sooner = queue.after(0ms, [&] { order.push_back(1); });
-    EXPECT_TRUE(order.empty()) << "within the call";
-    queue.run();
-    EXPECT_EQ(order, (std::vector<int>{1, 2}));
-}
-
-TEST(AsioMainQueue, a_timer_that_was_dropped_runs_no_task) {
-    AsioMainQueue queue;
-    bool ran = false;
-    auto dropped = queue.after(0ms, [&] { ran = true; });
-    dropped.reset();
-    const auto last = queue.after(20ms, [&] { queue.stop(); });
-    queue.run();
-    EXPECT_FALSE(ran);
-}
-
-TEST(AsioMainQueue, a_timer_dropped_when_its_time_has_come_runs_no_task) {
-    AsioMainQueue queue;
-    bool ran = false;
-    std::unique_ptr<MainTimer> second;
-    // Both are due before the queue runs, so the second one's task is queued when the first one drops it.
-    const auto first = queue.after(0ms, [&] { second.reset(); });
-    second = queue.after(0ms, [&] { ran = true; });
-    const auto last = queue.after(20ms, [&] { queue.stop(); });
-    std::this_thread::sleep_for(5ms);
-    queue.run();
-    EXPECT_FALSE(ran);
-}
-
-TEST(AsioMainQueue, a_timers_task_may_drop_its_timer_and_what_it_holds_goes_with_it) {
-    AsioMainQueue queue;
-    const auto held = std::make_shared<int>();
-    std::unique_ptr<MainTimer> timer;
-    timer = queue.after(0ms, [&timer, &queue, held] {
-        timer.reset();
-        EXPECT_EQ(held.use_count(), 2) << "the task that runs is still whole";
-        queue.stop();
-    });
-    queue.run();
-    EXPECT_EQ(timer, nullptr);
-    EXPECT_EQ(held.use_count(), 1);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/macos/MailService.h"
 #include "platform/posix/DesktopAnswers.h"
 #include "platform/posix/HelperProgram.h"
 
@@ -10,15 +11,17 @@ namespace quillbay {
 
 namespace {
 
-/// Reaches the desktop through `open`, which ends as soon as it has passed the request on.
+/// Reaches the desktop through `open`, which ends as soon as it has passed the request on, and the mail
+/// composer, for which there is no tool, through its framework.
 class OpenTool final : public DesktopServices {
  public:
     OpenTool(MainQueue& mainQueue, BackgroundWork& background, HostTools::Tool tool)
         : mainQueue_(mainQueue), background_(background), tool_(std::move(tool)) {}
 
-    // The composing service belongs to a framework of the window system, which is not used here.
-    void composeMail(MailDraft /*draft*/, std::function<void(MailAnswer)> done) override {
-        mainQueue_.post([done = std::move(done)] { done(MailAnswer::unavailable); });
+    void composeMail(MailDraft draft, std::function<void(MailAnswer)> done) override {
+        composeInMailService(draft, [&queue = mainQueue_, done = std::move(done)](MailAnswer answer) {
+            queue.post([done, answer] { done(answer); });
+        });
     }
 
     void revealFile(std::filesystem::path file, Done done) override {

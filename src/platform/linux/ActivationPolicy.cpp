@@ -1,0 +1,7 @@
+#include "platform/ActivationPolicy.h"
+
+namespace quillbay {
+
+void becomeRegularApplication() {}
+
+}  // namespace quillbay

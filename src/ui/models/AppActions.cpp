@@ -1,0 +1,3 @@
+#include "ui/models/AppActions.h"
+
+#include "moc_AppActions.cpp"

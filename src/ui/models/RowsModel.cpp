@@ -1,0 +1,3 @@
+#include "ui/models/RowsModel.h"
+
+#include "moc_RowsModel.cpp"

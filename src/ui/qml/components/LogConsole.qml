@@ -1,0 +1,79 @@
+// The user log. Collapsed, its newest three lines; expanded, all of them, wrapped, with the end in sight unless one has
+// scrolled away from it.
+import QtQuick
+import QtQuick.Templates as T
+import Quillbay
+
+T.Control {
+    id: view
+
+    required property LogModel log
+    property bool expanded: true
+
+    readonly property bool empty: log.count === 0
+    readonly property real collapsedHeight: 3 * DS.consoleLine.lineHeight + 2 * 2 + 2 * DS.space8
+
+    implicitWidth: 240
+    implicitHeight: expanded ? 184 : collapsedHeight
+    focusPolicy: expanded ? Qt.StrongFocus : Qt.NoFocus
+    hoverEnabled: false
+    Accessible.role: Accessible.List
+    Accessible.name: "Log"
+
+    Keys.forwardTo: [lines]
+
+    Behavior on implicitHeight {
+        NumberAnimation { duration: DS.consoleTime; easing.type: Easing.InOutQuad }
+    }
+
+    background: Rectangle {
+        radius: DS.radiusRow
+        color: DS.consoleFill
+    }
+
+    StyledText {
+        objectName: "empty"
+        visible: view.empty
+        x: DS.space8
+        y: DS.space8
+        width: view.width - 2 * DS.space8
+        textStyle: DS.consoleLine
+        text: "No logs yet."
+        color: DS.textSecondary
+        elide: Text.ElideRight
+    }
+    Column {
+        visible: !view.expanded && !view.empty
+        x: DS.space8
+        y: DS.space8
+        width: view.width - 2 * DS.space8
+        spacing: 2
+
+        Repeater {
+            model: view.expanded ? [] : view.log.recent
+
+            StyledText {
+                required property string modelData
+
+                width: parent.width
+                height: textStyle.lineHeight
+                textStyle: DS.consoleLine
+                text: modelData
+                elide: Text.ElideRight
+                maximumLineCount: 1
+            }
+        }
+    }
+    LogLines {
+        id: lines
+        visible: view.expanded && !view.empty
+        anchors.fill: parent
+        model: view.expanded ? view.log : null
+        onPressed: view.forceActiveFocus(Qt.MouseFocusReason)
+    }
+
+    FocusRing {
+        control: view
+        radius: DS.radiusRow
+    }
+}

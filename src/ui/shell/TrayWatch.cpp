@@ -1,0 +1,3 @@
+#include "ui/shell/TrayWatch.h"
+
+#include "moc_TrayWatch.cpp"
