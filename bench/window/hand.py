@@ -15,7 +15,8 @@ _SETTING = "window.sidebarWidth"
 
 
 def place_of(stage, name):
-    """Where the middle of an element of the application, which runs accessibly, is in its window."""
+    """Where the middle of an element of the application, which runs accessibly, is in its window. Raises `LabError` when it is
+    not shown."""
     person = Person(stage.desktop)
     try:
         element = person.sees(name)
@@ -34,7 +35,7 @@ def window_box(stage):
 
 def click(stage, place):
     left, top, *_ = window_box(stage)
-    stage.desktop.run(["xdotool", "mousemove", "--sync", str(left + place[0]), str(top + place[1]), "click", "1"])
+    stage.desktop.run(["xdotool", "mousemove", str(left + place[0]), str(top + place[1]), "sleep", "0.1", "click", "1"])
 
 
 def _sidebar_width(stage):

@@ -2,7 +2,6 @@
 
     processes.py PID
 
-    "time"       of the monotonic clock, in seconds
     "rss"        its memory in MiB; "pss" with only its share of what it has in common with others; "private" what it alone
                  has written to
     "processor"  seconds of processor time, its own; "children" those of its descendants, also of those that have ended
@@ -15,7 +14,6 @@ import os
 import pathlib
 import re
 import sys
-import time
 
 _TICKS = os.sysconf("SC_CLK_TCK")
 _PROC = pathlib.Path("/proc")
@@ -67,10 +65,9 @@ def _threads(pid):
 
 def main():
     pid = int(sys.argv[1])
-    now = time.monotonic()
     delayed, waits = _threads(pid)
     times = _all_times()
-    print(json.dumps({"time": now, "delayed": delayed, "waits": waits, "processor": times[pid][1],
+    print(json.dumps({"delayed": delayed, "waits": waits, "processor": times[pid][1],
                       "children": of_children(pid, times), **memory((_PROC / str(pid) / "smaps_rollup").read_text())}))
 
 

@@ -25,7 +25,7 @@ _MOST_FRAME_MS = 33
 _LINES_PER_SECOND, _LINE_SECONDS = 200, 10
 _MOVES, _MOVE_PAUSE_SECONDS = 600, 0.012
 _LEAST_RATES = {"log: lines": 190, "drag: moves": 60}
-# Long enough to be wrapped in the console.
+# As long as names get.
 _LONG_NAME = "The iPhone in the drawer of the desk by the window, upper left"
 
 
@@ -113,6 +113,8 @@ def drawing(stage, runs):
     with stage.start(APPLICATION, accessible=True) as running:
         running.await_settled()
         expand = hand.place_of(stage, "Expand")
+        hand.click(stage, expand)
+        hand.place_of(stage, "Collapse")
     rows = {}
     with stage.start(APPLICATION) as running:
         running.await_settled()

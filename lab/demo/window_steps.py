@@ -4,7 +4,7 @@ checked by what stands on the screen and by what it does outside."""
 import json
 import os
 
-from quillbay_lab import Agent, Phone, wait_until
+from quillbay_lab import Agent, LabError, Phone, wait_until
 from quillbay_lab.desktop import Desktop, Portal
 from quillbay_lab.lab import MAC_ADDRESS, PHONE_MESH_ADDRESS
 from quillbay_lab.person import Application, Person
@@ -86,7 +86,8 @@ class WindowSteps:
                      "Select a device from the list on the left to see its details, live status, and logs."):
             self._me.reads(text, 20)
         self._album.window("empty", "Quillbay")
-        return "“No device added yet”, and an invitation to add one"
+        self._expect_tray("grey")
+        return "“No device added yet”, and an invitation to add one; the tray's icon is grey"
 
     def phone_is_found(self):
         me = self._me
@@ -119,8 +120,9 @@ class WindowSteps:
         self._me.click(_SWITCH)
         self._me.sees(_STILL_NEAR, 30)
         self._album.window("error-near", "Quillbay")
+        self._expect_tray("red")
         expect_equal("ports open on this computer's address", set(), self._lab.mac.listening(MAC_ADDRESS))
-        return f"“{_STILL_NEAR}”"
+        return f"“{_STILL_NEAR}”, and the tray's icon is red"
 
     def bridge_comes_up(self):
         self._lab.phone_leaves()
@@ -128,6 +130,7 @@ class WindowSteps:
         self._me.sees("Bridge active", 60)
         self._me.reads("Bridge is successful.")
         self._album.window("active", "Quillbay")
+        self._expect_tray("green")
         service = wait_until(self._record, 15, "the desk sees the record")
         expect_equal("address of the record", [MAC_ADDRESS], service.addresses)
         said = json.loads(self._lab.mac.run([_PYTHON, "-m", "clients.handshake", _INSTANCE, "10"], 30, check=True).output)
@@ -220,6 +223,7 @@ class WindowSteps:
         self._me.click(banner)
         opened = wait_until(lambda: self._portal.asked("uri"), 10, "the browser is opened")[0]["uri"]
         expect_equal("address", f"https://quillbay.example/download/{_NEWER}", opened)
+        self._expect_tray("green", "blue")
         self._click_tray()
         self._me.sees(f"Version {_NEWER} is available")
         self._album.screen("panel-update", "420x640+1180+0")
@@ -285,6 +289,16 @@ class WindowSteps:
 
     def _record(self):
         return next((found for found in self._lab.desk.mdns_lookup(limit_seconds=0.4) if found.name == _INSTANCE), None)
+
+    def _expect_tray(self, *hues):
+        """The tray's icon has pixels of these hues, and of no other but grey."""
+        def seen():
+            return {hue for hue, count in self._desktop.tray_hues().items() if count > 3 and hue != "grey"} or {"grey"}
+
+        try:
+            wait_until(lambda: seen() == set(hues), 10, "the tray's icon has its colour")
+        except LabError as error:
+            raise NotSeen(f"{' and '.join(hues)} in the tray", self._desktop.tray_hues()) from error
 
     def _open_actions(self, name):
         self._me.click(f"Actions for {name}")

@@ -42,6 +42,17 @@ _FONTS = """<?xml version="1.0"?>
 """
 
 
+def _hue(colour):
+    red, green, blue = colour
+    if max(colour) - min(colour) < 40:
+        return "grey"
+    if blue == max(colour):
+        return "blue"
+    if green == max(colour):
+        return "green"
+    return "orange" if green > red * 0.45 and blue < green * 0.7 else "red"
+
+
 class Desktop:
     """Comes up with everything but a tray, which `start_tray` adds. A context manager."""
 
@@ -100,12 +111,16 @@ class Desktop:
         width, height, x, y = map(int, match.groups())
         return x + width // 2, y + height // 2
 
-    def tray_colours(self):
-        """How many pixels of the bar have each colour, as {(red, green, blue): count}, without the bar's own."""
+    def tray_hues(self):
+        """How many pixels of the tray's icon are of each hue: green, orange, red, blue or grey."""
         counts = self.run(["convert", *self._bar(), "-depth", "8", "-format", "%c", "histogram:info:"]).output
-        found = {tuple(int(word) for word in match[2].split(",")): int(match[1])
-                 for match in re.finditer(r"^\s*(\d+): \(([\d, ]+?)\)", counts, re.MULTILINE)}
-        found.pop(max(found, key=found.get))
+        colours = {tuple(int(word) for word in match[2].split(",")[:3]): int(match[1])
+                   for match in re.finditer(r"^\s*(\d+): \(([\d, ]+)\)", counts, re.MULTILINE)}
+        # The bar's own colour.
+        colours.pop(max(colours, key=colours.get))
+        found = dict.fromkeys(("green", "orange", "red", "blue", "grey"), 0)
+        for colour, count in colours.items():
+            found[_hue(colour)] += count
         return found
 
     def _bar(self):
