@@ -46,9 +46,11 @@ bool isAncestor(const QQuickItem* above, const QQuickItem* item) {
 void collect(QQuickItem* item, std::vector<QQuickItem*>& into) {
     if (!item->isVisible()) return;
     into.push_back(item);
-    QList<QQuickItem*> children = item->childItems();
-    std::ranges::stable_sort(children, {}, [](const QQuickItem* child) { return child->z(); });
-    for (QQuickItem* child : children)
+    // Of two at one height the later one is drawn above.
+    std::multimap<double, QQuickItem*> byHeight;
+    for (QQuickItem* child : item->childItems())
+        byHeight.emplace(child->z(), child);
+    for (const auto& [height, child] : byHeight)
         collect(child, into);
 }
 
