@@ -35,7 +35,8 @@ def visit(lab, screen):
     with Desktop(lab.mac, display=os.environ["DISPLAY"]) as desktop:
         application = Application(desktop, environment=_authority(desktop.scratch))
         screen.line(_HELP)
-        deeds = {"leave": lambda: lab.phone_leaves(), "return": lambda: lab.phone_returns()}
+        deeds = {"leave": (lab.phone_leaves, "the phone has left the local network"),
+                 "return": (lab.phone_returns, "the phone is back on the local network")}
         while application.process.running:
             line = sys.stdin.readline()
             words = line.split()
@@ -44,8 +45,11 @@ def visit(lab, screen):
             try:
                 if len(words) == 2 and words[0] == "move":
                     phone.tell(f"move {words[1]}")
+                    screen.line(f"the phone answers on port {phone.port}")
                 elif len(words) == 1 and words[0] in deeds:
-                    deeds[words[0]]()
+                    do, said = deeds[words[0]]
+                    do()
+                    screen.line(said)
                 elif words:
                     screen.line(_HELP)
                     continue

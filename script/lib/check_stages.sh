@@ -111,13 +111,6 @@ stage_format() {
     ((${#files[@]} > 0)) && [[ -z "$said" ]]
 }
 
-# Qt's generated halves of our classes, of which some are included.
-generate_meta_objects() {
-    local -a targets
-    mapfile -t targets < <(ninja -C build/clang -t targets all | sed -n 's/^\([a-z_-]*_autogen\): .*/\1/p' | sort -u)
-    with_build_lock cmake --build build/clang --target "${targets[@]}"
-}
-
 stage_qml() {
     with_build_lock cmake --preset release
     # With the descriptions of the types that QML knows from C++.
@@ -133,10 +126,9 @@ stage_qml() {
     [[ -z "$said" ]]
 }
 
-# The analysis needs no object files, but what the build generates and the flags of each file.
+# The analysis needs no object files, but the flags of each file.
 stage_tidy() {
     configure_clang >/dev/null
-    generate_meta_objects >/dev/null
     local -a databases=(build/clang)
     # The fuzz targets are built by the sanitizers' configuration alone.
     with_build_lock cmake --preset asan >/dev/null

@@ -6,7 +6,7 @@ package_sets=(build test lab check bench fresh)
 windows=(qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)
 # A screen in memory with a window manager and a tray, and the fonts of the pictures.
-screen=(fonts-inter fonts-jetbrains-mono openbox tint2 xdotool xvfb)
+screen=(at-spi2-core fonts-inter fonts-jetbrains-mono openbox tint2 x11-xserver-utils xdotool xvfb)
 
 # packages_of SET: the names, one per line.
 packages_of() {
@@ -21,7 +21,7 @@ packages_of() {
         test) printf '%s\n' dbus iproute2 openssl procps python3 zip qml6-module-qttest "${screen[@]}" ;;
         lab)
             printf '%s\n' avahi-daemon avahi-utils dbus iproute2 openssl procps python3 python3-pytest \
-                python3-pytest-xdist systemd util-linux zip at-spi2-core gir1.2-atspi-2.0 imagemagick python3-gi \
+                python3-pytest-xdist systemd util-linux zip gir1.2-atspi-2.0 imagemagick python3-gi \
                 "${screen[@]}"
             ;;
         check)

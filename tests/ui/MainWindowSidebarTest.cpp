@@ -1,3 +1,5 @@
+#include <QAccessible>
+#include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -22,6 +24,15 @@ class MainWindowSidebar : public ShownMainWindow {
             QTest::mouseMove(window.get(), from + QPoint(distance * step / 4, 0));
         QTest::mouseRelease(window.get(), Qt::LeftButton, Qt::NoModifier, from + QPoint(distance, 0));
         settleWindow();
+    }
+    /// One event of the left button, `offset` beside the divider as it was at `from`.
+    void mouse(QEvent::Type type, QPoint from, int offset = 0) {
+        const QPointF at = from + QPoint(offset, 0);
+        const bool up = type == QEvent::MouseButtonRelease;
+        QMouseEvent event(type, at, window->mapToGlobal(at),
+                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
+                          up ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window.get(), &event);
     }
     /// What the open menu offers.
     [[nodiscard]] QStringList menuTexts() const { return texts(ofType("QQuickPopupItem")); }
@@ -106,8 +117,8 @@ TEST_F(MainWindowSidebar, the_selected_row_has_the_ring_of_the_list) {
     threeDevices();
     show("MainWindow");
     select(qa);
-    ofType("DeviceList")->forceActiveFocus(Qt::TabFocusReason);
-    settleWindow();
+    control("Pair a new iPhone")->forceActiveFocus(Qt::MouseFocusReason);
+    press(Qt::Key_Tab);
     EXPECT_NE(ofType("FocusRing", row(qa)), nullptr);
     select(lena);
     QQuickItem* const ring = ofType("FocusRing", row(lena))->childItems().at(0);
@@ -153,6 +164,19 @@ TEST_F(MainWindowSidebar, a_right_click_opens_the_actions_and_remove_asks_first)
     EXPECT_EQ(profiles->count(), 3);
 }
 
+TEST_F(MainWindowSidebar, a_menu_that_the_right_button_opened_takes_keys) {
+    threeDevices();
+    show("MainWindow");
+    click(row(spare), Qt::RightButton);
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(until([&] { return ofType("QQuickPopupItem") == nullptr; }));
+    click(row(spare), Qt::RightButton);
+    press(Qt::Key_Down);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(mainWindow->rename()->isOpen());
+}
+
 TEST_F(MainWindowSidebar, edit_opens_the_device_of_its_row) {
     threeDevices();
     show("MainWindow");
@@ -186,6 +210,48 @@ TEST_F(MainWindowSidebar, edit_becomes_available_in_the_open_menu_when_the_bridg
     coordinator->stop(lena);
     settleWindow();
     EXPECT_TRUE(control("Edit")->isEnabled());
+}
+
+TEST_F(MainWindowSidebar, the_actions_close_when_their_device_goes) {
+    threeDevices();
+    show("MainWindow");
+    click(row(spare), Qt::RightButton);
+    ASSERT_THAT(menuTexts(), ElementsAre("Edit", "Rename", "Remove"));
+    coordinator->deleteProfile(stored(spare));
+    settleWindow();
+    EXPECT_EQ(ofType("QQuickPopupItem"), nullptr);
+    click(row(qa), Qt::RightButton);
+    click(control("Rename"));
+    EXPECT_EQ(mainWindow->rename()->text(), "QA iPhone 13 mini");
+}
+
+TEST_F(MainWindowSidebar, the_keyboard_goes_on_when_the_only_device_was_removed) {
+    makeModels();
+    spare = save("spare-se");
+    show("MainWindow");
+    select(spare);
+    ofType("DeviceList")->forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Delete);
+    ASSERT_TRUE(until([&] { return focused() == "Cancel"; }));
+    press(Qt::Key_Tab);
+    press(Qt::Key_Return);
+    ASSERT_TRUE(until([&] { return profiles->count() == 0; }));
+    settleWindow();
+    EXPECT_EQ(tabStops(1), QStringList{"Pair a new iPhone"});
+}
+
+TEST_F(MainWindowSidebar, the_list_and_its_rows_are_told_to_those_who_cannot_see_them) {
+    threeDevices();
+    show("MainWindow");
+    select(spare);
+    const auto seen = [](QQuickItem* item) { return QAccessible::queryAccessibleInterface(item); };
+    EXPECT_EQ(seen(ofType("DeviceList"))->role(), QAccessible::List);
+    EXPECT_EQ(seen(ofType("LogConsole"))->role(), QAccessible::List);
+    EXPECT_EQ(seen(row(spare))->role(), QAccessible::ListItem);
+    EXPECT_TRUE(seen(row(spare))->state().selected);
+    EXPECT_FALSE(seen(row(qa))->state().selected);
+    EXPECT_EQ(seen(control("Start Bridge"))->role(), QAccessible::CheckBox);
+    EXPECT_EQ(seen(text("Danger Zone"))->role(), QAccessible::Heading);
 }
 
 TEST_F(MainWindowSidebar, the_menu_key_and_shift_f10_open_the_actions_which_the_keyboard_works) {
@@ -288,6 +354,23 @@ TEST_F(MainWindowSidebar, a_double_click_on_the_divider_takes_the_usual_width) {
     QTest::mouseDClick(window.get(), Qt::LeftButton, Qt::NoModifier, divider());
     settleWindow();
     EXPECT_EQ(mainWindow->sidebarWidth(), 248);
+}
+
+TEST_F(MainWindowSidebar, a_double_click_that_trembles_takes_the_usual_width_too) {
+    show("MainWindow");
+    drag(60);
+    const QPoint from = divider();
+    mouse(QEvent::MouseButtonPress, from);
+    mouse(QEvent::MouseButtonRelease, from);
+    mouse(QEvent::MouseButtonPress, from);
+    mouse(QEvent::MouseButtonDblClick, from);
+    EXPECT_EQ(mainWindow->sidebarWidth(), 248);
+    mouse(QEvent::MouseMove, from, 1);
+    mouse(QEvent::MouseMove, from, 0);
+    mouse(QEvent::MouseButtonRelease, from);
+    settleWindow();
+    EXPECT_EQ(mainWindow->sidebarWidth(), 248);
+    EXPECT_EQ(settings->string("window.sidebarWidth"), "248");
 }
 
 TEST_F(MainWindowSidebar, the_divider_is_nine_points_wide_and_says_what_it_does) {

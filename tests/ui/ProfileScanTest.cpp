@@ -1,5 +1,6 @@
 #include <QLocale>
 #include <QSignalSpy>
+#include <memory>
 
 #include "ui/ModelFixture.h"
 #include "ui/models/PortTexts.h"
@@ -142,12 +143,13 @@ TEST_F(ProfileScan, ends_when_somebody_else_scans_the_same_device) {
 
 TEST_F(ProfileScan, stopping_leaves_the_scan_of_somebody_else_alone) {
     const QString id = begin("lena");
-    bool cancelled = false;
+    // Told once more after this test, by the end of everything.
+    const auto cancelled = std::make_shared<bool>(false);
     coordinator->diagnose(stored(id),
-                          {.onProgress = {}, .onEnd = {}, .onCancelled = [&cancelled] { cancelled = true; }});
+                          {.onProgress = {}, .onEnd = {}, .onCancelled = [cancelled] { *cancelled = true; }});
     model->stopScan();
     turn();
-    EXPECT_FALSE(cancelled);
+    EXPECT_FALSE(*cancelled);
     coordinator->cancelDiagnose(id.toStdString());
 }
 

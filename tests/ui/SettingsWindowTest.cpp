@@ -211,22 +211,6 @@ TEST_F(SettingsWindowTest, long_texts_and_many_devices_are_cut_or_wrapped_and_no
     grab(QStringLiteral("settings-remove-light"));
 }
 
-TEST_F(SettingsWindowTest, looks_as_it_should) {
-    offerUpdate("1.5.0");
-    save("Lena's iPhone 16 Pro");
-    save("QA iPhone 13 mini");
-    save("Spare iPhone SE");
-    installPeers(3);
-    launchAtLogin.enabled = true;
-    findUpdate();
-    open(QSize(560, 940));
-    testDeviceList();
-    EXPECT_EQ(layoutFaults(), QStringList());
-    grab(QStringLiteral("settings-light"));
-    setDark(true);
-    grab(QStringLiteral("settings-dark"));
-}
-
 TEST_F(SettingsWindowTest, can_be_worked_by_what_it_is_for_people_who_cannot_see) {
     save("Lena");
     open();

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QTest>
 #include <cmath>
+#include <map>
 
 #include "ui/WindowFixture.h"
 

@@ -153,9 +153,9 @@ bool autostarts(std::string_view entry, std::string_view program) {
     return command != keys.end() && firstArgument(plainText(command->second)) == program;
 }
 
-AutostartEntry::AutostartEntry(std::filesystem::path program, const std::filesystem::path& configuration)
-    : program_(std::move(program).string()),
-      file_(configuration / "autostart" / "com.local.mirel.Quillbay.desktop") {}
+AutostartEntry::AutostartEntry(const std::filesystem::path& program,
+                               const std::filesystem::path& configuration)
+    : program_(program.string()), file_(configuration / "autostart" / "com.local.mirel.Quillbay.desktop") {}
 
 bool AutostartEntry::isEnabled() const {
     const std::optional<std::string> entry = readFile(file_, fileLimitBytes);

@@ -13,7 +13,7 @@ namespace quillbay {
 class AutostartEntry final : public LaunchAtLogin {
  public:
     /// `configuration` is the user's directory for settings, as `$XDG_CONFIG_HOME` names it.
-    AutostartEntry(std::filesystem::path program, const std::filesystem::path& configuration);
+    AutostartEntry(const std::filesystem::path& program, const std::filesystem::path& configuration);
 
     /// An entry that the user or the desktop has switched off, or that starts another program than this one
     /// (which lay elsewhere, perhaps, when the entry was written), is none.

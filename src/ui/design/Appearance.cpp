@@ -34,5 +34,3 @@ void Appearance::setFixedFontFamily(const QString& family) {
 }
 
 }  // namespace quillbay
-
-#include "moc_Appearance.cpp"

@@ -69,5 +69,3 @@ void FloatingShadow::paint(QPainter* painter) {
 }
 
 }  // namespace quillbay
-
-#include "moc_FloatingShadow.cpp"

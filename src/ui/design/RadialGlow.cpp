@@ -94,5 +94,3 @@ void RadialGlow::paint(QPainter* painter) {
 }
 
 }  // namespace quillbay
-
-#include "moc_RadialGlow.cpp"

@@ -42,5 +42,3 @@ void SymbolImage::paint(QPainter* painter) {
 }
 
 }  // namespace quillbay
-
-#include "moc_SymbolImage.cpp"

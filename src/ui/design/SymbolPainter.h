@@ -11,7 +11,7 @@ namespace quillbay {
 namespace symbols {
 
 /// What the pictures that are kept take at most, in bytes.
-constexpr qsizetype cacheLimit = 4 * 1024 * 1024;
+constexpr qsizetype cacheLimit = qsizetype{4} * 1024 * 1024;
 
 /// The symbol in `color` on nothing, `size` points wide and high, at `scale` pixels per point. A null image
 /// for an empty name, and for one that no file has, which the log is told of once.

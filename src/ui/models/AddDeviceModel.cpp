@@ -201,5 +201,3 @@ void AddDeviceModel::refreshDevices(const std::string& providerID) {
 }
 
 }  // namespace quillbay
-
-#include "moc_AddDeviceModel.cpp"

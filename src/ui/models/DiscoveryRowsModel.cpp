@@ -46,5 +46,3 @@ QHash<int, QByteArray> DiscoveryRowsModel::roleNames() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_DiscoveryRowsModel.cpp"

@@ -22,7 +22,7 @@ LogModel::LogModel(AppLogStore& logs, QObject* parent) : QAbstractListModel(pare
 
 void LogModel::receive(QString line) {
     // The views hear of all lines of a turn at once.
-    if (arrived_.empty()) QMetaObject::invokeMethod(this, &LogModel::take, Qt::QueuedConnection);
+    if (arrived_.empty()) QMetaObject::invokeMethod(this, "take", Qt::QueuedConnection);
     arrived_.push_back(std::move(line));
     if (arrived_.size() > mostLines) arrived_.pop_front();
 }
@@ -75,5 +75,3 @@ QHash<int, QByteArray> LogModel::roleNames() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_LogModel.cpp"

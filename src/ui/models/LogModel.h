@@ -42,9 +42,11 @@ class LogModel : public QAbstractListModel {
  Q_SIGNALS:
     void changed();
 
+ private Q_SLOTS:
+    void take();
+
  private:
     void receive(QString line);
-    void take();
     void removeOldest(std::size_t number);
 
     std::deque<QString> lines_;

@@ -171,5 +171,3 @@ void MainWindowModel::askRemovalOfSelected() {
 }
 
 }  // namespace quillbay
-
-#include "moc_MainWindowModel.cpp"

@@ -19,5 +19,3 @@ void NoticesModel::close(int index) {
 }
 
 }  // namespace quillbay
-
-#include "moc_NoticesModel.cpp"

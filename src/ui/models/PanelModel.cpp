@@ -21,5 +21,3 @@ void PanelModel::update() {
 }
 
 }  // namespace quillbay
-
-#include "moc_PanelModel.cpp"

@@ -43,5 +43,3 @@ QHash<int, QByteArray> PeersModel::roleNames() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_PeersModel.cpp"

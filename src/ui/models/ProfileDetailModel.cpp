@@ -113,7 +113,7 @@ void ProfileDetailModel::setSwitch(bool on) {
     }
     // A switch that was pushed must show what holds, also when that has not changed. Not before the bridge
     // has told its first state, which it does in a turn of its own.
-    QMetaObject::invokeMethod(this, &ProfileDetailModel::changed, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "changed", Qt::QueuedConnection);
 }
 
 const ProfileDetailModel::Scan* ProfileDetailModel::shownScan() const {
@@ -178,5 +178,3 @@ void ProfileDetailModel::stopScan() {
 }
 
 }  // namespace quillbay
-
-#include "moc_ProfileDetailModel.cpp"

@@ -73,5 +73,3 @@ QHash<int, QByteArray> ProfilesModel::roleNames() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_ProfilesModel.cpp"

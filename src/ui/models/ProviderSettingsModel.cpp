@@ -88,5 +88,3 @@ void ProviderSettingsModel::show(Result result, const QString& text) {
 }
 
 }  // namespace quillbay
-
-#include "moc_ProviderSettingsModel.cpp"

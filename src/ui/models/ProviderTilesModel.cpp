@@ -41,5 +41,3 @@ QHash<int, QByteArray> ProviderTilesModel::roleNames() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_ProviderTilesModel.cpp"

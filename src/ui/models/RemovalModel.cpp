@@ -61,5 +61,3 @@ void RemovalModel::cancel() {
 }
 
 }  // namespace quillbay
-
-#include "moc_RemovalModel.cpp"

@@ -47,5 +47,3 @@ void RenameModel::cancel() {
 }
 
 }  // namespace quillbay
-
-#include "moc_RenameModel.cpp"

@@ -57,5 +57,3 @@ void SettingsModel::sendDiagnostics() {
 }
 
 }  // namespace quillbay
-
-#include "moc_SettingsModel.cpp"

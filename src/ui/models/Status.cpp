@@ -27,5 +27,3 @@ StatusPresentation presentationOf(const BridgeStatus& status) {
 }
 
 }  // namespace quillbay
-
-#include "moc_Status.cpp"

@@ -62,5 +62,3 @@ void UpdateModel::open() {
 }
 
 }  // namespace quillbay
-
-#include "moc_UpdateModel.cpp"

@@ -74,8 +74,6 @@ QtObject {
     readonly property color track: dark ? white(0.14) : black(0.12)
     readonly property color switchOff: dark ? white(0.30) : black(0.36)
     readonly property color switchOffHover: dark ? white(0.36) : black(0.44)
-    readonly property color scrollThumb: dark ? white(0.24) : black(0.24)
-    readonly property color scrollThumbHover: dark ? white(0.40) : black(0.40)
     readonly property color scrim: black(dark ? 0.46 : 0.24)
     readonly property color knob: "#FFFFFF"
     readonly property color shadow: black(dark ? 0.34 : 0.14)

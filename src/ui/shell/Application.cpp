@@ -179,5 +179,3 @@ void Application::endWithoutLoop() {
 }
 
 }  // namespace quillbay
-
-#include "moc_Application.cpp"

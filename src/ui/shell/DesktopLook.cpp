@@ -11,5 +11,3 @@ bool paletteIsDark() {
 }
 
 }  // namespace quillbay
-
-#include "moc_DesktopLook.cpp"

@@ -90,5 +90,3 @@ void PanelWindow::place() {
 }
 
 }  // namespace quillbay
-
-#include "moc_PanelWindow.cpp"

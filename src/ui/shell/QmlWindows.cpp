@@ -108,5 +108,3 @@ void FramedWindow::keepPlace() {
 }
 
 }  // namespace quillbay
-
-#include "moc_QmlWindows.cpp"

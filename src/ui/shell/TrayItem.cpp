@@ -56,5 +56,3 @@ QString TrayItem::toolTip() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_TrayItem.cpp"

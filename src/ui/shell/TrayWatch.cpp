@@ -1,3 +1,1 @@
 #include "ui/shell/TrayWatch.h"
-
-#include "moc_TrayWatch.cpp"

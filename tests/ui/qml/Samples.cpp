@@ -62,5 +62,3 @@ QString Samples::pictureFolder() const {
 }
 
 }  // namespace quillbay
-
-#include "moc_Samples.cpp"

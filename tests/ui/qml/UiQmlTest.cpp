@@ -1,25 +1,8 @@
-#include <QAccessible>
 #include <QApplication>
-#include <QQmlEngine>
 #include <QtQuickTest>
 
 #include "ui/design/QuillbayModule.h"
-
-namespace quillbay {
-
-/// Lets the tests in QML find the program's own module and "QuillbayTest".
-class Setup : public QObject {
-    Q_OBJECT
-
- public:
-    Q_INVOKABLE void qmlEngineAvailable(QQmlEngine* engine) {
-        // Before the first control is made: those that exist already would have no names.
-        QAccessible::setActive(true);
-        engine->setImportPathList(engine->importPathList() << QStringLiteral("qrc:/qt/qml"));
-    }
-};
-
-}  // namespace quillbay
+#include "ui/qml/Setup.h"
 
 // As on a computer without a screen and without a graphics card, unless somebody wants to look.
 int main(int argc, char** argv) {
@@ -29,5 +12,3 @@ int main(int argc, char** argv) {
     quillbay::Setup setup;
     return quick_test_main_with_setup(argc, argv, "ui_qml_test", QUICK_TEST_SOURCE_DIR, &setup);
 }
-
-#include "UiQmlTest.moc"

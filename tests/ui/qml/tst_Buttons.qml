@@ -193,6 +193,13 @@ Item {
             compare(button.height, 20);
             compare(labelOf(button).mapToItem(button, 0, 0).x, 0);
         }
+        function test_a_link_buttons_text_is_in_the_accent_and_its_symbol_rests() {
+            const button = make(link, { text: "Expand", symbol: "chevron.down" });
+            compare(String(labelOf(button).color), "#0058c4");
+            const symbol = labelOf(button).parent.children[0];
+            compare(symbol.name, "chevron.down");
+            compare(String(symbol.color), "#55565e");
+        }
 
         function test_a_switch_is_38_by_22_with_a_knob_of_18() {
             const control = make(toggle);

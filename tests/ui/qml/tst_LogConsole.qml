@@ -187,7 +187,7 @@ Item {
             wait(50);
             compare(list(item).contentY, list(item).endY());
             verify(item.activeFocus);
-            compare(item.visualFocus, false);
+            compare(item.showsFocus, false);
         }
         function test_markup_in_a_line_is_shown_as_it_is() {
             Samples.addLogLine("<b>bold</b>");

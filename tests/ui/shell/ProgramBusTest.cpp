@@ -77,7 +77,7 @@ TEST_F(ProgramBus, a_tray_of_the_bus_that_comes_later_is_used) {
     tray.appear();
     ASSERT_TRUE(until([&] { return tray.items.size() == 1; }));
     ASSERT_TRUE(until([&] { return desktop->active() == desktop->mainWindow()->id; }));
-    desktop->press("alt+F4");
+    desktop->closeActiveWindow();
     EXPECT_TRUE(until([&] { return !hasWindow(); }));
     EXPECT_TRUE(program.isRunning());
 

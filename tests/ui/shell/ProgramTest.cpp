@@ -1,7 +1,6 @@
 // The real program: its start and its end, alone and when one runs already.
 
 #include <signal.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -12,9 +11,7 @@
 namespace quillbay {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 class Program : public ProgramFixture {};
@@ -170,35 +167,6 @@ TEST_F(Program, ends_its_children_when_the_display_goes) {
     EXPECT_EQ(statusOf(program), 1);
     EXPECT_FALSE(std::filesystem::exists(socket()));
     EXPECT_TRUE(until([] { return strangers().empty(); })) << strangers().front();
-}
-
-TEST_F(Program, runs_where_the_socket_cannot_be_made) {
-    std::filesystem::create_directory(home() / "quillbay");
-    ASSERT_EQ(::chmod((home() / "quillbay").c_str(), 0755), 0);
-    const ChildProcess program = start();
-    EXPECT_TRUE(until([&] { return desktop->mainWindow().has_value(); }));
-    EXPECT_FALSE(isServed());
-    program.terminate();
-    EXPECT_EQ(statusOf(program), 0);
-}
-
-TEST_F(Program, runs_where_nothing_can_be_written) {
-    write("file", "in the way of folders");
-    environment["XDG_DATA_HOME"] = (home() / "file/data").string();
-    environment["XDG_CONFIG_HOME"] = (home() / "file/config").string();
-    const ChildProcess program = startWithWindow();
-    desktop->press("ctrl+comma");
-    EXPECT_TRUE(until([&] { return desktop->settings().has_value(); }));
-    program.terminate();
-    EXPECT_EQ(statusOf(program), 0);
-}
-
-TEST_F(Program, leaves_settings_alone_that_cannot_be_read) {
-    write("config/Quillbay/settings.json", "{ \"window.main.geometry\": ");
-    const ChildProcess program = startWithWindow();
-    program.terminate();
-    EXPECT_EQ(statusOf(program), 0);
-    EXPECT_EQ(read("config/Quillbay/settings.json"), "{ \"window.main.geometry\": ");
 }
 
 }  // namespace

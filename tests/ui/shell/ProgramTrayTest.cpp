@@ -16,7 +16,7 @@ class ProgramTray : public ProgramFixture {
             const auto window = desktop->mainWindow();
             return window && desktop->active() == window->id;
         }));
-        desktop->press("alt+F4");
+        desktop->closeActiveWindow();
     }
     [[nodiscard]] bool hasWindow() const { return desktop->mainWindow().has_value(); }
     [[nodiscard]] bool hasPanel() const { return desktop->panel().has_value(); }

@@ -61,7 +61,7 @@ TEST_F(RunningInstanceTest, the_first_one_gets_the_lock) {
     const InstanceClaim first = claim();
     EXPECT_TRUE(first.lock);
     EXPECT_FALSE(first.activated);
-    EXPECT_THROW(takeLock(), AlreadyRunningError);
+    EXPECT_THROW(static_cast<void>(takeLock()), AlreadyRunningError);
 }
 
 TEST_F(RunningInstanceTest, the_second_one_has_the_first_come_to_the_front) {

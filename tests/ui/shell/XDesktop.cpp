@@ -143,4 +143,12 @@ void XDesktop::press(const std::string& key) const {
     static_cast<void>(xdotool({"key", "--clearmodifiers", key}));
 }
 
+void XDesktop::closeActiveWindow() const {
+    const std::string window = active();
+    for (int attempt = 0; attempt < 5 && active() == window; ++attempt) {
+        press("alt+F4");
+        static_cast<void>(fakes::waitUntil([&] { return active() != window; }, std::chrono::seconds(2)));
+    }
+}
+
 }  // namespace quillbay::fakes

@@ -52,6 +52,10 @@ class XDesktop {
     /// two sides.
     void clickTrayItem();
     void press(const std::string& key) const;
+    /// As the window manager's key does, which is pressed again where it got lost: a window manager that is
+    /// at work with a window that has just appeared may miss one. Returns when the window is no longer
+    /// active, or after some seconds.
+    void closeActiveWindow() const;
 
     /// What `xdotool` prints, without the last line feed.
     [[nodiscard]] std::string xdotool(const std::vector<std::string>& words) const;

@@ -24,8 +24,9 @@ Sheet {
         spacing: DS.space16
 
         // From any field: what has a use of its own for the key takes it first.
-        Keys.onReturnPressed: sheet.model.save()
-        Keys.onEnterPressed: sheet.model.save()
+        // Not by the key that opened the sheet and is held.
+        Keys.onReturnPressed: event => { if (!event.isAutoRepeat) sheet.model.save(); }
+        Keys.onEnterPressed: event => { if (!event.isAutoRepeat) sheet.model.save(); }
 
         Column {
             width: page.innerWidth

@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Quillbay
 
-Item {
+ListFocus {
     id: list
 
     required property DiscoveryRowsModel rows
@@ -13,14 +13,11 @@ Item {
 
     /// More of them scroll.
     readonly property int visibleRows: 5
-    /// How it is being used: only then its focus is shown.
-    property bool usedByKeyboard: false
 
     signal chosen(string rowID)
 
     function take(rowID: string) {
-        list.forceActiveFocus(Qt.MouseFocusReason);
-        list.usedByKeyboard = false;
+        list.takeByMouse();
         list.chosen(rowID);
     }
     function choose(row: int) {
@@ -28,18 +25,12 @@ Item {
     }
 
     implicitHeight: 44 * Math.min(list.count, list.visibleRows) + 2
-    activeFocusOnTab: true
-    onActiveFocusChanged: list.usedByKeyboard = false
 
-    Accessible.role: Accessible.List
     Accessible.name: "iPhones found on the local network"
-    Accessible.focusable: true
 
     Keys.onUpPressed: list.choose(view.currentIndex - 1)
     Keys.onDownPressed: list.choose(view.currentIndex + 1)
     Keys.onSpacePressed: list.choose(view.currentIndex)
-    // The Tab key that brought the focus here is let go here.
-    Keys.onReleased: list.usedByKeyboard = true
     Keys.onPressed: event => {
         event.accepted = event.key === Qt.Key_Home || event.key === Qt.Key_End;
         if (event.accepted)
@@ -95,6 +86,6 @@ Item {
     FocusRing {
         control: list
         radius: DS.radiusRow
-        shown: list.activeFocus && list.usedByKeyboard
+        shown: list.showsFocus
     }
 }

@@ -9,6 +9,7 @@ Item {
     required property string symbol
     required property TextStyle textStyle
     required property color color
+    property color symbolColor: color
     property real symbolSize: 14
     property real gap: 6
     /// Where the text begins without a symbol.
@@ -42,7 +43,7 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             size: label.symbolSize
             name: label.symbol
-            color: label.color
+            color: label.symbolColor
             Accessible.ignored: true
         }
         StyledText {

@@ -12,8 +12,6 @@ Item {
     property int elide: Text.ElideNone
     property int maximumLineCount: 1000
     readonly property alias truncated: current.truncated
-    /// The width that the text would take on one line.
-    readonly property alias naturalWidth: current.implicitWidth
     readonly property alias fading: fade.running
     property string last
 

@@ -13,6 +13,8 @@ T.Button {
     /// Begins something that removes.
     property bool destructive: false
     property real symbolSize: 16
+    /// What it opened is open: there is nothing to explain.
+    property bool opened: false
 
     readonly property color ground: down ? DS.rowPressed : hovered ? DS.rowHover : "transparent"
 
@@ -60,6 +62,6 @@ T.Button {
     }
     HelpText {
         text: button.help
-        shown: button.hovered && !button.down
+        shown: button.hovered && !button.down && !button.opened
     }
 }

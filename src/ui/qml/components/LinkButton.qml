@@ -32,6 +32,7 @@ T.Button {
         gap: DS.space4
         textStyle: DS.captionMedium
         color: DS.accent
+        symbolColor: DS.textSecondary
     }
     background: Item {
         Rectangle {

@@ -1,10 +1,9 @@
 // The user log. Collapsed, its newest three lines; expanded, all of them, wrapped, with the end in sight unless one has
 // scrolled away from it.
 import QtQuick
-import QtQuick.Templates as T
 import Quillbay
 
-T.Control {
+ListFocus {
     id: view
 
     required property LogModel log
@@ -15,9 +14,7 @@ T.Control {
 
     implicitWidth: 240
     implicitHeight: expanded ? 184 : collapsedHeight
-    focusPolicy: expanded ? Qt.StrongFocus : Qt.NoFocus
-    hoverEnabled: false
-    Accessible.role: Accessible.List
+    activeFocusOnTab: expanded
     Accessible.name: "Log"
 
     Keys.forwardTo: [lines]
@@ -26,7 +23,8 @@ T.Control {
         NumberAnimation { duration: DS.consoleTime; easing.type: Easing.InOutQuad }
     }
 
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         radius: DS.radiusRow
         color: DS.consoleFill
     }
@@ -69,11 +67,12 @@ T.Control {
         visible: view.expanded && !view.empty
         anchors.fill: parent
         model: view.expanded ? view.log : null
-        onPressed: view.forceActiveFocus(Qt.MouseFocusReason)
+        onPressed: view.takeByMouse()
     }
 
     FocusRing {
         control: view
+        shown: view.showsFocus
         radius: DS.radiusRow
     }
 }

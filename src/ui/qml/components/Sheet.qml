@@ -82,6 +82,6 @@ Item {
         sheet.before = null;
     }
     function takeFocus() {
-        if (sheet.initialFocus) sheet.initialFocus.forceActiveFocus(Qt.PopupFocusReason);
+        if (sheet.initialFocus) sheet.initialFocus.forceActiveFocus(sheet.beforeReason);
     }
 }

@@ -1,9 +1,8 @@
 // The rows of the sidebar: one stop of the Tab key, in which the arrows choose.
 import QtQuick
-import QtQuick.Templates as T
 import Quillbay
 
-T.Control {
+ListFocus {
     id: control
 
     required property MainWindowModel model
@@ -14,8 +13,6 @@ T.Control {
     /// The menu has gone, and with it what had the keyboard.
     signal actionsClosed
 
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.List
     Accessible.name: "Devices"
 
     function select(row: int) {
@@ -64,12 +61,10 @@ T.Control {
         anchors.fill: parent
         model: control.model.profiles
         selection: control.model.selection
-        listFocused: control.visualFocus
+        listFocused: control.showsFocus
         actionsOpen: menu.visible ? menu.profileID : ""
         onChosen: profileID => {
-            control.forceActiveFocus(Qt.MouseFocusReason);
-            // Also where it had the focus before: no ring after the mouse.
-            control.focusReason = Qt.MouseFocusReason;
+            control.takeByMouse();
             control.model.selection = profileID;
         }
         onActionsRequested: (row, x, y) => menu.openFor(row, x, y)

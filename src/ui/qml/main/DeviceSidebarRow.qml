@@ -93,12 +93,14 @@ T.ItemDelegate {
         focusPolicy: Qt.NoFocus
         symbol: "ellipsis"
         help: "Actions"
+        opened: row.actionsOpen
         Accessible.name: "Actions for " + row.displayName
         onClicked: row.actionsRequested(row.width - DS.space8 - width, row.height)
     }
 
     TapHandler {
         acceptedButtons: Qt.RightButton
-        onTapped: point => row.actionsRequested(point.position.x, point.position.y)
+        // Not before the button has been let go everywhere: a menu that opens meanwhile does not get the keyboard.
+        onTapped: point => Qt.callLater(row.actionsRequested, point.position.x, point.position.y)
     }
 }

@@ -17,6 +17,8 @@ Window {
     onVisibleChanged: {
         if (window.visible)
             window.model.loadPersistedConfig();
+        else
+            window.model.removal.cancel();
     }
 
     Shortcut {

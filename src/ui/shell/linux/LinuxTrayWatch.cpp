@@ -102,5 +102,3 @@ std::unique_ptr<TrayWatch> TrayWatch::system() {
 }
 
 }  // namespace quillbay
-
-#include "moc_LinuxTrayWatch.cpp"

@@ -110,5 +110,3 @@ std::unique_ptr<DesktopLook> DesktopLook::system() {
 }
 
 }  // namespace quillbay
-
-#include "moc_PortalLook.cpp"

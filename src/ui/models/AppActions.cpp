@@ -1,3 +1,0 @@
-#include "ui/models/AppActions.h"
-
-#include "moc_AppActions.cpp"

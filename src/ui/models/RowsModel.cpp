@@ -1,3 +1,0 @@
-#include "ui/models/RowsModel.h"
-
-#include "moc_RowsModel.cpp"
