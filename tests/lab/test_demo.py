@@ -121,7 +121,7 @@ def test_making_the_network_has_a_progress_line_too(monkeypatch):
 
 def test_another_demo_is_wrong_usage(capsys):
     assert program.main(["dance"]) == 2
-    assert capsys.readouterr() == ("", "usage: python3 -m demo [terminal]\n")
+    assert capsys.readouterr() == ("", "usage: python3 -m demo [terminal | window]\n")
 
 
 def test_a_difference_is_told_with_both_sides():
