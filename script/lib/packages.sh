@@ -14,7 +14,7 @@ packages_of() {
         build)
             printf '%s\n' build-essential cmake ninja-build pkg-config libboost1.81-dev nlohmann-json3-dev libicu-dev \
                 libre2-dev libfmt-dev libcurl4-openssl-dev ca-certificates libavahi-client-dev libsystemd-dev libgtest-dev \
-                libgmock-dev libxcb1-dev qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libqt6svg6-dev "${windows[@]}"
+                libgmock-dev libxcb1-dev qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-svg-dev "${windows[@]}"
             ;;
         # What the unit and component tests start (a D-Bus daemon, ip, openssl, ps, zip, a screen), and what reads their
         # reports.
