@@ -54,11 +54,10 @@ void LinuxTrayWatch::askBus() {
     call << registrarName() << QStringLiteral("IsStatusNotifierHostRegistered");
     // Nobody is started to answer: who starts one is the desktop.
     call.setAutoStartService(false);
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
-        const QDBusPendingReply<QDBusVariant> reply = *answer;
+    answer_ = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call));
+    connect(answer_.get(), &QDBusPendingCallWatcher::finished, this, [this] {
+        const QDBusPendingReply<QDBusVariant> reply = *answer_;
         setOnBus(!reply.isError() && reply.value().variant().toBool());
-        answer->deleteLater();
     });
 }
 
@@ -93,7 +92,7 @@ bool LinuxTrayWatch::nativeEventFilter(const QByteArray& kind, void* message, qi
         news = onX11_ != 0 && reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == onX11_;
     }
     // Not from within: Qt takes in the same event first.
-    if (news) QMetaObject::invokeMethod(this, [this] { lookOnX11(); }, Qt::QueuedConnection);
+    if (news) QMetaObject::invokeMethod(this, "lookOnX11", Qt::QueuedConnection);
     return false;
 }
 

@@ -2,8 +2,10 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <cstdint>
+#include <memory>
 
 #include "ui/shell/TrayWatch.h"
 
@@ -29,15 +31,17 @@ class LinuxTrayWatch final : public TrayWatch, private QAbstractNativeEventFilte
 
  private Q_SLOTS:
     void askBus();
+    /// Looks for X11's tray and at what becomes of it.
+    void lookOnX11();
 
  private:
     bool nativeEventFilter(const QByteArray& kind, void* message, qintptr* result) override;
     void setOnBus(bool available);
-    /// Looks for X11's tray and at what becomes of it.
-    void lookOnX11();
 
     QDBusConnection bus_;
     QDBusServiceWatcher registrar_;
+    /// To the last question.
+    std::unique_ptr<QDBusPendingCallWatcher> answer_;
     bool onBus_ = false;
     xcb_connection_t* x11_ = nullptr;
     std::uint32_t trayAtom_ = 0;

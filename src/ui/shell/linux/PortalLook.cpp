@@ -69,16 +69,15 @@ void PortalLook::ask() {
     QDBusMessage call =
         QDBusMessage::createMethodCall(service(), path(), interface(), QStringLiteral("ReadAll"));
     call << QStringList{appearanceGroup(), interfaceGroup()};
-    auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
-        const QDBusPendingReply<Settings> reply = *answer;
+    answer_ = std::make_unique<QDBusPendingCallWatcher>(bus_.asyncCall(call));
+    connect(answer_.get(), &QDBusPendingCallWatcher::finished, this, [this] {
+        const QDBusPendingReply<Settings> reply = *answer_;
         if (!reply.isError()) {
             const Settings settings = reply.value();
             for (auto group = settings.cbegin(); group != settings.cend(); ++group)
                 for (auto value = group->cbegin(); value != group->cend(); ++value)
                     static_cast<void>(set(group.key(), value.key(), value.value()));
         }
-        answer->deleteLater();
         known_ = true;
         Q_EMIT changed();
     });

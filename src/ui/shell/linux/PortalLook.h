@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QString>
 #include <QVariant>
+#include <memory>
 #include <optional>
 
 #include "ui/shell/DesktopLook.h"
@@ -34,6 +36,8 @@ class PortalLook final : public DesktopLook {
 
     QDBusConnection bus_;
     QDBusServiceWatcher portal_;
+    /// To the last question.
+    std::unique_ptr<QDBusPendingCallWatcher> answer_;
     std::optional<bool> dark_;
     bool paletteDark_ = paletteIsDark();
     bool reducedMotion_ = false;
