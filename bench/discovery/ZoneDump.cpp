@@ -79,7 +79,7 @@ std::vector<Row> zoneDump(int runs) {
     // Each of the tool's sets of three lines is read in a few microseconds, and the next one comes when
     // something has changed on the network: far more than any network can cause.
     Row row{
-        "zone-dump lines per second", "1000/s", {}, Wanted{Wanted::Direction::atLeast, 200, ""}, "reader"};
+        "zone-dump lines per second", "1000/s", {}, Wanted{Wanted::Direction::atLeast, 200, {}}, "reader"};
     const std::string text = dump();
     for (int i = 0; i < runs; ++i) {
         row.values["reader"].push_back(linesPerSecond([&text] {

@@ -31,9 +31,9 @@ Opening openRange(const std::string& how) {
 }
 
 std::vector<Row> range(int runs) {
-    Row open{"open 3001 TCP + 3001 UDP", "ms", {}, Wanted{Wanted::Direction::atMost, 2.5, "bare"}};
+    Row open{"open 3001 TCP + 3001 UDP", "ms", {}, Wanted{Wanted::Direction::atMost, 2.5, {"bare"}}};
     Row stop{"stop them", "ms", {}};
-    Row memory{"memory of the open range", "MiB", {}, Wanted{Wanted::Direction::atMost, 16, ""}};
+    Row memory{"memory of the open range", "MiB", {}, Wanted{Wanted::Direction::atMost, 16, {}}};
     for (int i = 0; i < runs; ++i) {
         for (const auto& [who, how] : {std::pair{"relay", "open"}, std::pair{"bare", "bare"}}) {
             const Opening result = openRange(how);
@@ -48,7 +48,7 @@ std::vector<Row> range(int runs) {
 std::vector<Row> idle(int runs) {
     const Target target;
     const Forwarder open = relay(target.port(), Listens::onTheFullRange);
-    Row wakeUps{"wake-ups in 10 idle seconds", "count", {}, Wanted{Wanted::Direction::atMost, 0, ""}};
+    Row wakeUps{"wake-ups in 10 idle seconds", "count", {}, Wanted{Wanted::Direction::atMost, 0, {}}};
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     for (int i = 0; i < runs; ++i) {
         const long before = open.child->voluntarySwitches();
@@ -68,8 +68,8 @@ std::vector<Row> bulk(int runs, int streams) {
     const Target target;
     const std::size_t bytesEach = (std::size_t{4} << 30U) / static_cast<std::size_t>(streams);
     const std::string name = "bulk, " + std::to_string(streams) + (streams == 1 ? " stream" : " streams");
-    Row rate{name, "GiB/s", {}, Wanted{Wanted::Direction::atLeast, 1, "haproxy"}};
-    Row cost{name + ", cost", "cpu s/GiB", {}, Wanted{Wanted::Direction::atMost, 1, "haproxy"}};
+    Row rate{name, "GiB/s", {}, Wanted{Wanted::Direction::atLeast, 1, {"haproxy"}}};
+    Row cost{name + ", cost", "cpu s/GiB", {}, Wanted{Wanted::Direction::atMost, 1, {"haproxy"}}};
     for (int i = 0; i < runs; ++i) {
         for (const char* who : {"relay", "haproxy", "direct"}) {
             const Forwarder through = forwarder(who, target.port(), Listens::onOnePort);
@@ -85,7 +85,7 @@ std::vector<Row> bulk(int runs, int streams) {
 
 std::vector<Row> roundTrip(int runs) {
     const Target target;
-    Row middle{"64 bytes there and back, p50", "µs", {}, Wanted{Wanted::Direction::atMost, 1, "haproxy"}};
+    Row middle{"64 bytes there and back, p50", "µs", {}, Wanted{Wanted::Direction::atMost, 1, {"haproxy"}}};
     Row tail{"64 bytes there and back, p99", "µs", {}};
     Row cost{"64 bytes there and back, cost", "cpu µs", {}};
     for (int i = 0; i < runs; ++i) {
