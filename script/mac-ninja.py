@@ -12,6 +12,8 @@ import sys
 
 root = pathlib.Path.cwd()
 NOT_BUILT_THERE = ("src/ui/", "src/dns-sd/", "src/platform/linux/")
+# Of cmake/Hardening.cmake: this compiler has settings of its own for them, and takes a second one for a mistake.
+PROTECTION = ("_FORTIFY_SOURCE", "_GLIBCXX_ASSERTIONS", "_LIBCPP_HARDENING_MODE")
 
 
 def warnings():
@@ -25,7 +27,8 @@ def configured(build):
     sources = {}
     for entry in commands:
         name = str(pathlib.Path(entry["file"]).relative_to(root))
-        sources[name] = [word for word in shlex.split(entry["command"]) if word.startswith("-D")]
+        sources[name] = [word for word in shlex.split(entry["command"])
+                         if word.startswith("-D") and word[2:].partition("=")[0] not in PROTECTION]
     return sources
 
 

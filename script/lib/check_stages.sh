@@ -74,12 +74,17 @@ installed_files=(bin/quillbay bin/quillbay-agent bin/quillbayctl libexec/quillba
     "share/icons/hicolor/scalable/apps/$application.svg"
     "share/icons/hicolor/symbolic/apps/$application-symbolic.svg")
 
-stage_install() {
+# install_release PREFIX: builds what is installed, and installs it there.
+install_release() {
     with_build_lock cmake --preset release
     with_build_lock cmake --build --preset release --target quillbay quillbay-agent quillbayctl dns-sd
+    cmake --install build/release --prefix "$1"
+}
+
+stage_install() {
     local prefix found
     prefix="$(mktemp -d)"
-    cmake --install build/release --prefix "$prefix" || return 1
+    install_release "$prefix" || return 1
     found="$(cd "$prefix" && find . -type f | sed 's#^\./##' | sort)"
     local right=yes
     if [[ "$found" != "$(printf '%s\n' "${installed_files[@]}" | sort)" ]]; then
@@ -92,6 +97,18 @@ stage_install() {
     rm -rf "$prefix"
     remark install "${#installed_files[@]} files"
     [[ "$right" == yes ]]
+}
+
+stage_hardening() {
+    local prefix status=0
+    local -a programs
+    prefix="$(mktemp -d)"
+    install_release "$prefix" || return 1
+    mapfile -t programs < <(find "$prefix" -type f -perm -u+x | sort)
+    "$python" script/lib/hardening.py "${programs[@]}" || status=1
+    rm -rf "$prefix"
+    remark hardening "${#programs[@]} programs"
+    return "$status"
 }
 
 stage_format() {

@@ -20,7 +20,7 @@ packages_of() {
         # reports.
         test) printf '%s\n' dbus iproute2 openssl procps python3 zip qml6-module-qttest "${screen[@]}" ;;
         lab)
-            printf '%s\n' avahi-daemon avahi-utils dbus iproute2 openssl procps python3 python3-pytest \
+            printf '%s\n' avahi-daemon avahi-utils binutils dbus iproute2 openssl procps python3 python3-pytest \
                 python3-pytest-xdist systemd util-linux zip gir1.2-atspi-2.0 imagemagick python3-gi \
                 "${screen[@]}"
             ;;
@@ -28,7 +28,8 @@ packages_of() {
             printf '%s\n' clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev llvm-19 npm nodejs file git \
                 shellcheck util-linux appstream desktop-file-utils librsvg2-bin libxml2-utils
             ;;
-        bench) printf '%s\n' haproxy python3 ;;
+        # The libraries of the peers, which themselves are unpacked and not installed: see peers.sh.
+        bench) printf '%s\n' libcrypt1 liblua5.3-0 libopentracing-c-wrapper0 libpcre2-8-0 libssl3 nmap python3 socat zlib1g ;;
         fresh) printf '%s\n' debootstrap util-linux git ;;
         *) fail "there is no package set \"$1\"; there are: ${package_sets[*]}." ;;
     esac

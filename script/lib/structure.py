@@ -1,7 +1,8 @@
 """Checks the rules of the folders and reports long files.
 
 Fails for: an #ifdef on the operating system outside the folders for it; a folder that includes from a folder above it;
-windows (Qt) outside src/ui, its tests and its benchmark. Long files and functions are reported only: whoever reads the report judges.
+windows (Qt) outside src/ui, its tests and its benchmark; a test that docs/security.md names and that does not exist. Long
+files and functions are reported only: whoever reads the report judges.
 """
 
 import pathlib
@@ -52,6 +53,24 @@ def faults_of(path, lines):
             yield f'{where}: includes "{match[2]}": {fault}'
 
 
+def named_tests(text):
+    """The tests that a document names: "Suite.name" of the unit tests, "file.py::name" of the lab's."""
+    return re.findall(r"`(\w+\.(?:py::test_)?\w+)`", text)
+
+
+def missing_tests(document):
+    written = "\n".join(path.read_text(encoding="utf-8") for path in sorted(pathlib.Path("tests").rglob("*.cpp")))
+    units = {f"{suite}.{name}" for suite, name in re.findall(r"\bTEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\)", written)}
+    lab = {f"{path.name}::{name}" for path in pathlib.Path("tests/lab").glob("test_*.py")
+           for name in re.findall(r"^def (test_\w+)", path.read_text(encoding="utf-8"), re.M)}
+    named = named_tests(document.read_text(encoding="utf-8"))
+    if not named:
+        yield f"{document}: names no test"
+    for name in named:
+        if name not in units | lab:
+            yield f"{document}: there is no test {name}"
+
+
 def main():
     faults, long_files, count = [], [], 0
     for path in sources():
@@ -61,6 +80,7 @@ def main():
             faults += faults_of(path, lines)
         if len(lines) > USUAL_LINES[path.suffix]:
             long_files.append((len(lines), path))
+    faults += missing_tests(pathlib.Path("docs/security.md"))
     for length, path in sorted(long_files, reverse=True):
         print(f"long: {path} has {length} lines, usual are up to {USUAL_LINES[path.suffix]}")
     for fault in faults:

@@ -1,7 +1,9 @@
 #include "bridge/BridgeStartWork.h"
 
 #include <charconv>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "bridge/BridgeTexts.h"
 #include "bridge/HostAddresses.h"
@@ -18,6 +20,17 @@ constexpr int retriesWhilePresent = 3;
 constexpr int retriesWhileConnecting = 9;
 constexpr std::chrono::milliseconds probeTime{3000};
 constexpr std::int64_t defaultWireProtocolVersion = 19;
+
+/// The host's addresses in numbers. One that cannot be written is left out: an empty one would lead the
+/// relays nowhere.
+std::vector<std::string> numericAddresses(const std::string& host) {
+    std::vector<std::string> texts;
+    for (const HostAddress& address : resolveHost(host)) {
+        std::string text = address.text();
+        if (!text.empty()) texts.push_back(std::move(text));
+    }
+    return texts;
+}
 
 }  // namespace
 
@@ -121,14 +134,15 @@ void BridgeStartWork::verified(std::uint16_t devicePort, const StopToken& token)
 }
 
 std::string BridgeStartWork::answeringAddress(std::uint16_t devicePort, const StopToken& token) {
-    const std::vector<HostAddress> addresses = resolveHost(profile_.providerIP);
-    if (addresses.size() <= 1) return addresses.empty() ? profile_.providerIP : addresses.front().text();
-    for (const HostAddress& address : addresses) {
-        const auto verdict = probe_.probe({address.text(), devicePort, wireProtocolVersion(profile_)},
-                                          probeTime, probeTime, token);
-        if (verdict == RemotePairingProbeResult::remotePairingPort) return address.text();
+    const std::vector<std::string> addresses = numericAddresses(profile_.providerIP);
+    if (addresses.empty()) return profile_.providerIP;
+    if (addresses.size() == 1) return addresses.front();
+    for (const std::string& address : addresses) {
+        const auto verdict =
+            probe_.probe({address, devicePort, wireProtocolVersion(profile_)}, probeTime, probeTime, token);
+        if (verdict == RemotePairingProbeResult::remotePairingPort) return address;
     }
-    return addresses.front().text();
+    return addresses.front();
 }
 
 }  // namespace quillbay

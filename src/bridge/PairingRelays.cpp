@@ -16,8 +16,8 @@ constexpr std::chrono::milliseconds bindTime{2000};
 template <typename Relay>
 std::unique_ptr<Relay> startRelay(NetworkThreads& network, const PairingRelayRequest& request,
                                   std::uint16_t localPort) {
-    auto relay =
-        std::make_unique<Relay>(network, request.localIP, localPort, request.remoteHost, request.remotePort);
+    auto relay = std::make_unique<Relay>(network, request.localIP, localPort, request.remoteHost,
+                                         request.remotePort, request.access);
     relay->startBlocking(bindTime);
     return relay;
 }

@@ -26,6 +26,8 @@ struct PairingRelayRequest {
     /// How many local ports are tried, from `remotePort` upwards and never above 65535.
     unsigned maxAttempts = 32;
     std::string displayName;
+    /// Who may use the relays; nothing for everybody.
+    std::shared_ptr<RelayAccess> access;
     /// May be empty.
     std::function<void(const std::string&)> onLog;
     /// Told on the relay's queue when a relay fails after it was up ("TCP" or "UDP"); may be empty.

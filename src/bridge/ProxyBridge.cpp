@@ -29,18 +29,20 @@ PresenceCheck networkPresenceCheck(RandomSource& random) {
 }  // namespace
 
 std::shared_ptr<ProxyBridge> ProxyBridge::make(const Host& host, DeviceProfile profile, LocalIP localIP,
-                                               PresenceCheck presenceCheck) {
+                                               PresenceCheck presenceCheck,
+                                               std::shared_ptr<RelayAccess> access) {
     if (!presenceCheck) presenceCheck = networkPresenceCheck(host.random);
-    return std::shared_ptr<ProxyBridge>(
-        new ProxyBridge(host, std::move(profile), std::move(localIP), std::move(presenceCheck)));
+    return std::shared_ptr<ProxyBridge>(new ProxyBridge(host, std::move(profile), std::move(localIP),
+                                                        std::move(presenceCheck), std::move(access)));
 }
 
 ProxyBridge::ProxyBridge(const Host& host, DeviceProfile profile, LocalIP localIP,
-                         PresenceCheck presenceCheck)
+                         PresenceCheck presenceCheck, std::shared_ptr<RelayAccess> access)
     : host_(host),
       profile_(std::move(profile)),
       localIP_(std::move(localIP)),
       presenceCheck_(std::move(presenceCheck)),
+      access_(std::move(access)),
       dnsProxy_(host.tools),
       deviceCtlLister_(host.tools, host.files, host.random),
       tunnelPortWatcher_(host.tools, host.network) {}
@@ -93,6 +95,7 @@ void ProxyBridge::closeWhatIsUp() {
     // The watcher's queue may just be calling it: it is stopped before its callback goes.
     tunnelPortWatcher_.stop();
     tunnelPortWatcher_.onPort = nullptr;
+    tunnelPortWatcher_.onEnd = nullptr;
     withdrawProxy();
 }
 
@@ -171,6 +174,7 @@ void ProxyBridge::performStart(const std::string& localIP, std::uint16_t deviceP
         request.remoteHost = remoteHost_;
         request.remotePort = devicePort;
         request.displayName = profile_.displayName;
+        request.access = access_;
         request.onLog = onLog;
         request.onFailure = [&mainQueue = host_.mainQueue, weak = weak_from_this()](
                                 std::uint16_t port, std::string transport, const std::exception_ptr& error) {
@@ -230,11 +234,11 @@ void ProxyBridge::openRelays(const std::string& localIP, std::uint16_t port, con
             });
         };
     };
-    auto tcp = std::make_unique<TCPRelay>(host_.network, localIP, port, remoteHost_, port);
+    auto tcp = std::make_unique<TCPRelay>(host_.network, localIP, port, remoteHost_, port, access_);
     tcp->onError = failureLog("TCP");
     tcp->start();
     relays_.push_back(std::move(tcp));
-    auto udp = std::make_unique<UDPRelay>(host_.network, localIP, port, remoteHost_, port);
+    auto udp = std::make_unique<UDPRelay>(host_.network, localIP, port, remoteHost_, port, access_);
     udp->onError = failureLog("UDP");
     udp->start();
     udpRelays_.push_back(std::move(udp));
@@ -242,9 +246,14 @@ void ProxyBridge::openRelays(const std::string& localIP, std::uint16_t port, con
 }
 
 void ProxyBridge::watchTunnelPorts(const std::string& localIP) {
-    tunnelPortWatcher_.onPort = [steps = mainSteps(), localIP](std::uint16_t port) {
-        steps->post(
-            [port, localIP](ProxyBridge& bridge) { bridge.handleDiscoveredTunnelPort(port, localIP); });
+    tunnelPortWatcher_.onPort = [steps = mainSteps(), inbox = std::make_shared<TunnelPortInbox>(),
+                                 localIP](std::uint16_t port) {
+        if (inbox->put(port)) takeTunnelPortsSoon(steps, inbox, localIP);
+    };
+    tunnelPortWatcher_.onEnd = [steps = mainSteps()] {
+        steps->post([](ProxyBridge& bridge) {
+            bridge.log("tunnel ports are no longer followed in the system log: the tool for it has ended");
+        });
     };
     try {
         tunnelPortWatcher_.start();
@@ -252,6 +261,17 @@ void ProxyBridge::watchTunnelPorts(const std::string& localIP) {
         // The bridge works without: only ports outside the range are not found then.
         log("tunnel ports cannot be followed in the system log: " + printedError(error));
     }
+}
+
+void ProxyBridge::takeTunnelPortsSoon(const std::shared_ptr<const MainSteps>& steps,
+                                      const std::shared_ptr<TunnelPortInbox>& inbox,
+                                      const std::string& localIP) {
+    steps->post([steps, inbox, localIP](ProxyBridge& bridge) {
+        const TunnelPortInbox::Content content = inbox->take();
+        for (const std::uint16_t port : content.ports)
+            bridge.handleDiscoveredTunnelPort(port, localIP);
+        if (content.moreWait) takeTunnelPortsSoon(steps, inbox, localIP);
+    });
 }
 
 void ProxyBridge::handleDiscoveredTunnelPort(std::uint16_t port, const std::string& localIP) {
@@ -289,6 +309,13 @@ void ProxyBridge::discoverDevicePort(std::function<void(RemotePairingScanReport)
             if (weak.lock() && !token.stopRequested()) completion(report);
         });
     });
+}
+
+void ProxyBridge::endConnectionsOfOthers() {
+    for (const auto& relay : relays_)
+        relay->endConnectionsOfOthers();
+    for (const auto& relay : udpRelays_)
+        relay->endConnectionsOfOthers();
 }
 
 void ProxyBridge::cancelDiscovery() {

@@ -13,6 +13,7 @@
 #include "bridge/DNSServiceProxy.h"
 #include "bridge/PairingRelays.h"
 #include "bridge/ProxyBridgeState.h"
+#include "bridge/TunnelPortInbox.h"
 #include "bridge/TunnelPortWatcher.h"
 #include "platform/Host.h"
 
@@ -37,9 +38,10 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     using LocalIP = std::function<std::optional<std::string>()>;
 
     /// `host` must outlive the bridge. Without a `presenceCheck` the real one is used, which asks the
-    /// network.
+    /// network. Without `access`, everybody may use the relays.
     static std::shared_ptr<ProxyBridge> make(const Host& host, DeviceProfile profile, LocalIP localIP,
-                                             PresenceCheck presenceCheck = {});
+                                             PresenceCheck presenceCheck = {},
+                                             std::shared_ptr<RelayAccess> access = nullptr);
     ~ProxyBridge();
     ProxyBridge(const ProxyBridge&) = delete;
     ProxyBridge& operator=(const ProxyBridge&) = delete;
@@ -64,6 +66,10 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     /// stopped or is gone by then. Throws std::system_error when the system has no thread to give.
     void discoverDevicePort(std::function<void(RemotePairingScanReport)> completion,
                             std::function<void(std::uint16_t)> onProgress = {});
+
+    /// Ends the connections of those who may not use the relays now, after `access` has changed; on the
+    /// relays' queues, soon.
+    void endConnectionsOfOthers();
 
     /// Ends the user's scan at once; its completion is not called.
     void cancelDiscovery();
@@ -94,7 +100,8 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
         void post(std::function<void(ProxyBridge&)> step) const;
     };
 
-    ProxyBridge(const Host& host, DeviceProfile profile, LocalIP localIP, PresenceCheck presenceCheck);
+    ProxyBridge(const Host& host, DeviceProfile profile, LocalIP localIP, PresenceCheck presenceCheck,
+                std::shared_ptr<RelayAccess> access);
 
     /// For the current generation.
     [[nodiscard]] std::shared_ptr<const MainSteps> mainSteps();
@@ -106,6 +113,9 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     void openRelays(const std::string& localIP, std::uint16_t port, const char* kind,
                     const std::shared_ptr<const MainSteps>& steps);
     void watchTunnelPorts(const std::string& localIP);
+    static void takeTunnelPortsSoon(const std::shared_ptr<const MainSteps>& steps,
+                                    const std::shared_ptr<TunnelPortInbox>& inbox,
+                                    const std::string& localIP);
     void handleCriticalRelayFailure(std::uint16_t port, const std::string& transport,
                                     const std::string& error);
     void handleDiscoveredTunnelPort(std::uint16_t port, const std::string& localIP);
@@ -119,6 +129,7 @@ class ProxyBridge : public std::enable_shared_from_this<ProxyBridge> {
     DeviceProfile profile_;
     LocalIP localIP_;
     PresenceCheck presenceCheck_;
+    std::shared_ptr<RelayAccess> access_;
     DNSServiceProxy dnsProxy_;
     DeviceCtlLister deviceCtlLister_;
     TunnelPortWatcher tunnelPortWatcher_;

@@ -1,9 +1,12 @@
 #include "bridge/RelayListener.h"
 
+#include <sys/socket.h>
+
 #include <boost/asio/post.hpp>
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "bridge/RelayBindError.h"
@@ -49,9 +52,26 @@ class RelayListener::BlockingStart {
     std::exception_ptr error_;
 };
 
+namespace {
+
+/// The address at the other end of a connection; nothing when that has gone already.
+std::optional<in_addr> sourceOf(int client) {
+    sockaddr_in source{};
+    socklen_t length = sizeof source;
+    if (::getpeername(client, reinterpret_cast<sockaddr*>(&source), &length) != 0) return std::nullopt;
+    return source.sin_addr;
+}
+
+}  // namespace
+
 RelayListener::RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                             const RelayErrorCallback& onError)
-    : loop_(loop), localIP_(std::move(localIP)), localPort_(localPort), onError_(onError), socket_(loop) {}
+                             const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
+    : loop_(loop),
+      localIP_(std::move(localIP)),
+      localPort_(localPort),
+      onError_(onError),
+      socket_(loop),
+      access_(std::move(access)) {}
 
 void RelayListener::start() {
     static_cast<void>(ipv4Endpoint(localIP_, localPort_));  // throws for what can be no address of a listener
@@ -75,6 +95,7 @@ std::exception_ptr RelayListener::openAndListen() {
 void RelayListener::adopt(UniqueDescriptor opened) {
     const std::uint16_t port = localPort_ != 0 ? localPort_ : quillbay::boundPort(opened.get());
     socket_.adopt(std::move(opened));
+    address_ = ipv4Endpoint(localIP_, port).sin_addr;
     port_ = port;
 }
 
@@ -103,6 +124,31 @@ void RelayListener::abandon() {
         self->end();
         self->forgetConnections();
     });
+}
+
+void RelayListener::endConnectionsOfOthers() {
+    boost::asio::post(loop_, [self = shared_from_this()] { self->endRefusedConnections(); });
+}
+
+bool RelayListener::admitsConnection(int client) {
+    if (!access_ || !access_->onlyThisComputer()) return true;
+    const std::optional<in_addr> source = sourceOf(client);
+    // Nobody knows where one came from that has gone again; it is closed, and not counted as another's.
+    return source && access_->admits(RelayAccess::Kind::connection, *source, address_);
+}
+
+bool RelayListener::admitsDatagram(const sockaddr_in& client) {
+    return !access_ || access_->admits(RelayAccess::Kind::datagram, client.sin_addr, address_);
+}
+
+bool RelayListener::mayStay(int client) const {
+    if (!access_ || !access_->onlyThisComputer()) return true;
+    const std::optional<in_addr> source = sourceOf(client);
+    return source && access_->mayUse(*source, address_);
+}
+
+bool RelayListener::mayStay(const sockaddr_in& client) const {
+    return !access_ || access_->mayUse(client.sin_addr, address_);
 }
 
 void RelayListener::end() {

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 
+#include "bridge/RelayAccess.h"
 #include "bridge/RelayErrorCallback.h"
 #include "bridge/WatchedSocket.h"
 #include "platform/UniqueDescriptor.h"
@@ -23,8 +24,9 @@ namespace quillbay {
 /// opened.
 class RelayListener : public std::enable_shared_from_this<RelayListener> {
  public:
+    /// Without `access`, everybody may use it.
     RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-                  const RelayErrorCallback& onError);
+                  const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access = nullptr);
     virtual ~RelayListener() = default;
     RelayListener(const RelayListener&) = delete;
     RelayListener& operator=(const RelayListener&) = delete;
@@ -43,6 +45,8 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     /// Closes the socket and forgets the connections, which end by themselves. No call of `onError` after
     /// this either.
     void abandon();
+    /// Ends the connections of the clients that may not use the relay now.
+    void endConnectionsOfOthers();
 
     [[nodiscard]] bool stopped() const { return stopped_; }
     [[nodiscard]] std::uint16_t port() const { return port_; }
@@ -55,6 +59,16 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     virtual void listen() = 0;
     virtual void cancelConnections() = 0;
     virtual void forgetConnections() = 0;
+    /// Ends the connections whose client may not stay.
+    virtual void endRefusedConnections() = 0;
+
+    /// Whether a client may use the relay; one that may not is counted, and is to be closed or dropped before
+    /// the phone hears of it.
+    bool admitsConnection(int client);
+    bool admitsDatagram(const sockaddr_in& client);
+    /// The same for one that is served already; nothing is counted.
+    [[nodiscard]] bool mayStay(int client) const;
+    [[nodiscard]] bool mayStay(const sockaddr_in& client) const;
 
     /// The listener has failed; it is closed. Connections stay.
     void fail(std::exception_ptr error);
@@ -75,6 +89,8 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     const std::uint16_t localPort_;
     const RelayErrorCallback onError_;
     WatchedSocket socket_;
+    const std::shared_ptr<RelayAccess> access_;
+    in_addr address_{};
     std::atomic<std::uint16_t> port_ = 0;
     std::atomic<bool> stopped_ = false;
     // Held while `onError` is called, so that it never runs once the owner has stopped or gone. Recursive:

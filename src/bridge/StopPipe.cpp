@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "platform/posix/ChildDescriptors.h"
@@ -14,8 +15,11 @@ StopPipe::StopPipe(const StopToken& token) {
     writing_ = std::move(ends.writing);
     registration_ = token.onStop([end = writing_.get()] {
         const char byte = 0;
+        ssize_t written = 0;
+        do {
+            written = ::write(end, &byte, 1);
+        } while (written < 0 && errno == EINTR);
         // One byte always fits into an empty pipe, and there is only ever one.
-        [[maybe_unused]] const ssize_t written = ::write(end, &byte, 1);
     });
 }
 

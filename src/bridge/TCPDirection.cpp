@@ -33,8 +33,33 @@ TCPDirection::TCPDirection(WatchedSocket& source, WatchedSocket& destination)
 void TCPDirection::receive() {
     for (int round = 0; round < receivesPerTurn && wantsToReceive(); ++round) {
         const bool passOn = held_.empty() && destinationOpen_;
+        if (passOn && mover_) return moveOn();
         if ((passOn ? receiveIntoBuffer() : receiveIntoHeld()) != Received::more) return;
+        if (passOn) mover_ = streamMover();
     }
+}
+
+void TCPDirection::moveOn() {
+    static_assert(StreamMover::mostBytesAtOnce <= heldLimitBytes);
+    const StreamMover::Moved moved = mover_->move(source_.get(), destination_.get());
+    ended_ = moved.ended;
+    if (moved.sendError != 0 && !isWorthARetry(moved.sendError)) {
+        broken_ = true;
+        mover_->dropLeft();
+    }
+    while (mover_->leftBytes() > 0) {
+        const std::size_t taken = mover_->take(held_.prepare(heldLimitBytes - held_.size()));
+        held_.commit(taken);
+        if (taken == 0) breakOff();
+    }
+    // What fills no receive is better off without the detour; and some bytes only a plain receive gets past.
+    if (moved.receivedBytes < receiveLimitBytes) mover_.reset();
+    full_ = held_.size() == heldLimitBytes;
+}
+
+void TCPDirection::breakOff() {
+    broken_ = true;
+    held_.clear();
 }
 
 TCPDirection::Received TCPDirection::receiveIntoBuffer() {
@@ -81,9 +106,7 @@ bool TCPDirection::flush() {
         message.msg_iovlen = static_cast<decltype(message.msg_iovlen)>(held_.front(pieces));
         const ssize_t sent = ::sendmsg(destination_.get(), &message, noSignalFlag());
         if (sent < 0) {
-            if (isWorthARetry(errno)) break;
-            broken_ = true;
-            held_.clear();
+            if (!isWorthARetry(errno)) breakOff();
             break;
         }
         progress = progress || sent > 0;

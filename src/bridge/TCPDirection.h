@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "bridge/SendQueue.h"
 #include "bridge/WatchedSocket.h"
+#include "platform/StreamMover.h"
 
 namespace quillbay {
 
@@ -46,6 +48,9 @@ class TCPDirection {
     enum class Received { all, more, nothing };
     Received receiveIntoBuffer();
     Received receiveIntoHeld();
+    /// The quick way for a stream that fills one receive after the other.
+    void moveOn();
+    void breakOff();
     Received judge(ssize_t count, std::size_t asked);
     std::size_t send(const char* bytes, std::size_t count);
 
@@ -56,6 +61,8 @@ class TCPDirection {
     bool full_ = false;
     bool ended_ = false;
     bool broken_ = false;
+    // Only while one receive after the other takes as much as it can.
+    std::shared_ptr<StreamMover> mover_;
 };
 
 }  // namespace quillbay

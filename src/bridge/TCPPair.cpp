@@ -110,12 +110,17 @@ void TCPPair::close() {
         pair.phone_.close();
         pair.finishWhenDrained();
     });
-    for (WatchedSocket* socket : {&client_, &phone_}) {
-        if (!socket->isOpen()) continue;
-        ::shutdown(socket->get(), SHUT_WR);
-        drain(*socket);
-    }
+    endSending(client_, toPhone_);
+    endSending(phone_, toClient_);
     finishWhenDrained();
+}
+
+void TCPPair::endSending(WatchedSocket& socket, const TCPDirection& from) {
+    if (!socket.isOpen()) return;
+    // Nothing comes after an end that was seen, so nothing can turn this close into a reset.
+    if (from.ended()) return socket.close();
+    ::shutdown(socket.get(), SHUT_WR);
+    waitToDrain(socket);
 }
 
 void TCPPair::drain(WatchedSocket& socket) {
@@ -128,6 +133,10 @@ void TCPPair::drain(WatchedSocket& socket) {
         if ((count <= 0 && !nothingYet) || drainedBytes_ > limits_.drainBytes) return socket.close();
         if (nothingYet) break;
     }
+    waitToDrain(socket);
+}
+
+void TCPPair::waitToDrain(WatchedSocket& socket) {
     socket.whenReadable([self = shared_from_this(), &socket] {
         self->drain(socket);
         self->finishWhenDrained();

@@ -68,8 +68,14 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     void adopt(UniqueDescriptor client, UniqueDescriptor phone);
     void start(const SocketAddress* phoneAddress);
 
+    /// Ends both sides; neither gets anything more, what is held included. The owner is told as of any end.
+    void end() { close(); }
+
     /// Closes both sockets now, without a word to the owner.
     void cancel();
+
+    /// The client's socket; -1 when it is closed already.
+    [[nodiscard]] int client() { return client_.get(); }
 
     /// The bytes that are held for both sides.
     [[nodiscard]] std::size_t heldBytes() const { return toPhone_.heldBytes() + toClient_.heldBytes(); }
@@ -91,6 +97,9 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     void arm(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination);
     bool isOver() const;
     void close();
+    /// Closes what comes `from` nowhere any more, and else leaves it to be drained.
+    void endSending(WatchedSocket& socket, const TCPDirection& from);
+    void waitToDrain(WatchedSocket& socket);
     void drain(WatchedSocket& socket);
     void finishWhenDrained();
     template <typename Action>

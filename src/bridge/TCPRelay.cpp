@@ -7,9 +7,10 @@
 namespace quillbay {
 
 TCPRelay::TCPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
-                   const std::string& remoteHost, std::uint16_t remotePort)
+                   const std::string& remoteHost, std::uint16_t remotePort,
+                   std::shared_ptr<RelayAccess> access)
     : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
-                                   remotePort, onError)) {}
+                                   remotePort, onError, std::move(access))) {}
 
 TCPRelay::~TCPRelay() {
     core_->abandon();
@@ -29,6 +30,10 @@ void TCPRelay::stop() {
 
 std::int64_t TCPRelay::activeConnectionCount() const {
     return core_->activePairs();
+}
+
+void TCPRelay::endConnectionsOfOthers() {
+    core_->endConnectionsOfOthers();
 }
 
 std::size_t TCPRelay::connectionCount() const {

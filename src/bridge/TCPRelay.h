@@ -12,14 +12,17 @@
 
 namespace quillbay {
 
+class RelayAccess;
+
 /// Makes one TCP port of the phone appear on one address and port of this computer: for every client that
 /// connects, a fresh connection to the phone, and bytes are copied both ways until either side ends.
 class TCPRelay {
  public:
     /// Does nothing yet. The relay's queue is labelled "com.local.mirel.Quillbay.tcp-relay." + `localPort`.
-    /// `localPort` 0 lets the system choose (see `boundPort`).
+    /// `localPort` 0 lets the system choose (see `boundPort`). Without `access`, everybody may use it.
     TCPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
-             const std::string& remoteHost, std::uint16_t remotePort);
+             const std::string& remoteHost, std::uint16_t remotePort,
+             std::shared_ptr<RelayAccess> access = nullptr);
 
     /// Closes the listener. Pairs that are up are not re-armed after their next receive.
     ~TCPRelay();
@@ -42,6 +45,10 @@ class TCPRelay {
     /// Cancels the listener and every connection. May be called more than once and before any start. The
     /// sockets are closed on the relay's queue, before anything that is asked for later on the same port.
     void stop();
+
+    /// Ends the connections of those who may not use it now, after `access` has changed. Any thread; happens
+    /// later, on the relay's queue.
+    void endConnectionsOfOthers();
 
     /// Client pairs whose outbound side has not yet failed or been cancelled. Any thread.
     [[nodiscard]] std::int64_t activeConnectionCount() const;

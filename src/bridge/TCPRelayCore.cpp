@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/DescriptorShares.h"
 #include "platform/PrintedError.h"
 #include "platform/Sockets.h"
 
@@ -31,8 +32,8 @@ bool isFailureOfListener(int error) {
 
 TCPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
                      const std::string& remoteHost, std::uint16_t remotePort,
-                     const RelayErrorCallback& onError)
-    : RelayListener(loop, std::move(localIP), localPort, onError),
+                     const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
+    : RelayListener(loop, std::move(localIP), localPort, onError, std::move(access)),
       phone_(SocketAddress::numeric(remoteHost, remotePort)) {}
 
 UniqueDescriptor TCPRelay::Core::open(const std::string& address, std::uint16_t port) {
@@ -64,8 +65,10 @@ void TCPRelay::Core::accept() {
 }
 
 TCPRelay::Core::Accepted TCPRelay::Core::acceptOne() {
+    if (!connectionsHaveRoom()) return Accepted::noRoom;
     int error = 0;
     UniqueDescriptor client = acceptConnection(socket().get(), error);
+    if (client.valid() && !admitsConnection(client.get())) return Accepted::yes;  // and closed
     if (client.valid()) return serve(std::move(client)) ? Accepted::yes : Accepted::noRoom;
     if (error == EAGAIN || error == EWOULDBLOCK) return Accepted::nobodyWaits;
     if (isShortage(error)) return Accepted::noRoom;
@@ -77,7 +80,8 @@ TCPRelay::Core::Accepted TCPRelay::Core::acceptOne() {
 bool TCPRelay::Core::serve(UniqueDescriptor client) {
     UniqueDescriptor outbound;
     try {
-        outbound = openSocket(phone_ ? phone_->family() : AF_INET, SOCK_STREAM);
+        outbound =
+            withinShare(openSocket(phone_ ? phone_->family() : AF_INET, SOCK_STREAM), DescriptorUse::relay);
     } catch (const std::system_error&) {
         parkedClient_ = std::move(client);
         return false;
@@ -121,6 +125,13 @@ void TCPRelay::Core::cancelConnections() {
     activePairs_ = 0;
     for (const auto& pair : pairs)
         pair->cancel();
+}
+
+void TCPRelay::Core::endRefusedConnections() {
+    if (parkedClient_.valid() && !mayStay(parkedClient_.get())) parkedClient_.reset();
+    const auto pairs = pairs_;  // a pair that ends leaves the list
+    for (const auto& pair : pairs)
+        if (!mayStay(pair->client())) pair->end();
 }
 
 void TCPRelay::Core::forgetConnections() {

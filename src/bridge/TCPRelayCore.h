@@ -19,7 +19,8 @@ namespace quillbay {
 class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
  public:
     Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-         const std::string& remoteHost, std::uint16_t remotePort, const RelayErrorCallback& onError);
+         const std::string& remoteHost, std::uint16_t remotePort, const RelayErrorCallback& onError,
+         std::shared_ptr<RelayAccess> access);
 
     // Any thread:
     [[nodiscard]] std::int64_t activePairs() const { return activePairs_; }
@@ -32,6 +33,7 @@ class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
     void listen() override;
     void cancelConnections() override;
     void forgetConnections() override;
+    void endRefusedConnections() override;
 
     void accept();
     /// What one try to accept and serve a client came to.

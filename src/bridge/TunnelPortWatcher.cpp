@@ -34,14 +34,19 @@ std::optional<std::uint16_t> tunnelPortInLogLine(std::string_view line) {
 
 /// One run of the follower. Held by the watcher alone; what is read after it has been dropped reaches nobody.
 struct TunnelPortWatcher::Session : std::enable_shared_from_this<Session> {
-    Session(ChildProcess follower, std::function<void(std::uint16_t)> handler)
-        : child(std::move(follower)), onPort(std::move(handler)) {}
+    Session(ChildProcess follower, std::function<void(std::uint16_t)> handler, std::function<void()> atEnd)
+        : child(std::move(follower)), onPort(std::move(handler)), onEnd(std::move(atEnd)) {}
 
     void read(const SerialQueue& queue) {
         auto handler = [weak = weak_from_this()](const std::string& text) {
             if (const auto self = weak.lock()) self->consume(text);
         };
-        reader = std::make_unique<ChildOutputReader>(queue, child.takeStandardOutput(), std::move(handler));
+        auto atEnd = [weak = weak_from_this()] {
+            const auto self = weak.lock();
+            if (self && self->onEnd && !self->stopped) self->onEnd();
+        };
+        reader = std::make_unique<ChildOutputReader>(queue, child.takeStandardOutput(), std::move(handler),
+                                                     std::move(atEnd));
     }
 
     void consume(std::string_view text) {
@@ -58,9 +63,10 @@ struct TunnelPortWatcher::Session : std::enable_shared_from_this<Session> {
     }
 
     const ChildProcess child;
-    /// A copy, so that the owner may change its own on the main queue while this one is called on the
+    /// Copies, so that the owner may change its own on the main queue while these are called on the
     /// watcher's.
     const std::function<void(std::uint16_t)> onPort;
+    const std::function<void()> onEnd;
     LineBuffer lines;
     std::atomic<bool> stopped = false;
     std::unique_ptr<ChildOutputReader> reader;
@@ -78,7 +84,7 @@ void TunnelPortWatcher::start() {
     const HostTools::Tool& tool = tools_.logFollower;
     const ChildCommand command{tool.executable, tool.leadingArguments, ChildCommand::Output::pipe,
                                ChildCommand::Output::null};
-    session_ = std::make_shared<Session>(ChildProcess::launch(command), onPort);
+    session_ = std::make_shared<Session>(ChildProcess::launch(command), onPort, onEnd);
     session_->read(network_.queueFor(queuePort, queueLabel));
 }
 

@@ -30,6 +30,10 @@ class TunnelPortWatcher {
     /// cleared by assigning an empty function after `stop`.
     std::function<void(std::uint16_t)> onPort;
 
+    /// As `onPort`, when the follower has ended by itself, or can no longer be read: no further port is
+    /// found.
+    std::function<void()> onEnd;
+
     /// Launches the follower, after ending one that runs. Throws std::system_error when it cannot be
     /// launched.
     void start();

@@ -2,53 +2,43 @@
 
 #include <netinet/in.h>
 
-#include <boost/asio/io_context.hpp>
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <span>
 
+#include "bridge/DatagramBatch.h"
 #include "bridge/SocketAddress.h"
-#include "bridge/WatchedSocket.h"
+#include "platform/ReadySockets.h"
 #include "platform/UniqueDescriptor.h"
 
 namespace quillbay {
 
-class UDPFlow;
-
-/// The relay, as its flows see it.
-class UDPFlowOwner {
+/// One client's socket towards the phone. Lives on its relay's loop, in the relay's table, until an error
+/// ends it or the relay forgets it.
+class UDPFlow {
  public:
-    virtual void reply(const sockaddr_in& client, std::span<const char> datagram) = 0;
-    /// An error has ended the flow; its socket is closed.
-    virtual void flowEnded(UDPFlow& flow) = 0;
+    /// Takes a fresh socket, directs it at the phone, and has `watch` tell of what comes back by the tag.
+    /// Throws std::system_error when that fails. `watch` must outlive it.
+    UDPFlow(const sockaddr_in& client, UniqueDescriptor opened, const SocketAddress& phone,
+            ReadySockets& watch, std::uint64_t tag);
+    ~UDPFlow();
+    UDPFlow(const UDPFlow&) = delete;
+    UDPFlow& operator=(const UDPFlow&) = delete;
 
- protected:
-    ~UDPFlowOwner() = default;
-};
+    /// Sends to the phone, in order; a datagram that finds no room is dropped, as on any network. Returns how
+    /// many are done with: less than all of them when the flow is dead.
+    std::size_t send(std::span<const Datagram> datagrams);
 
-/// One client's socket towards the phone. Lives on its relay's loop and is held by the relay until an error
-/// ends it or the relay closes it; it holds the relay weakly.
-class UDPFlow : public std::enable_shared_from_this<UDPFlow> {
- public:
-    /// Takes a fresh socket and directs it at the phone. Throws std::system_error when that fails.
-    UDPFlow(boost::asio::io_context& loop, std::weak_ptr<UDPFlowOwner> owner, const sockaddr_in& client,
-            UniqueDescriptor opened, const SocketAddress& phone);
-
-    void start();
-    void close() { socket_.close(); }
-
-    enum class Sent { yes, dropped, flowIsDead };
-    /// Sends to the phone; a datagram that finds no room is dropped, as on any network.
-    Sent send(std::span<const char> datagram);
+    /// Adds what the phone has sent, each addressed to the client, as far as there is room. False when the
+    /// flow is dead.
+    bool receive(DatagramBatch& batch);
 
     [[nodiscard]] const sockaddr_in& client() const { return client_; }
 
  private:
-    void receive();
-    void end(UDPFlowOwner& owner);
-
-    std::weak_ptr<UDPFlowOwner> owner_;
-    sockaddr_in client_;
-    WatchedSocket socket_;
+    const sockaddr_in client_;
+    const UniqueDescriptor socket_;
+    ReadySockets& watch_;
 };
 
 }  // namespace quillbay

@@ -7,9 +7,10 @@
 namespace quillbay {
 
 UDPRelay::UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
-                   const std::string& remoteHost, std::uint16_t remotePort)
+                   const std::string& remoteHost, std::uint16_t remotePort,
+                   std::shared_ptr<RelayAccess> access)
     : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
-                                   remotePort, onError)) {}
+                                   remotePort, onError, std::move(access))) {}
 
 UDPRelay::~UDPRelay() {
     core_->abandon();
@@ -25,6 +26,10 @@ void UDPRelay::startBlocking(std::chrono::milliseconds timeout) {
 
 void UDPRelay::stop() {
     core_->stop();
+}
+
+void UDPRelay::endConnectionsOfOthers() {
+    core_->endConnectionsOfOthers();
 }
 
 std::size_t UDPRelay::connectionCount() const {

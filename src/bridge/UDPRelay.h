@@ -12,6 +12,8 @@
 
 namespace quillbay {
 
+class RelayAccess;
+
 /// The datagram twin of the TCP relay: what a client sends to one address and port of this computer goes to
 /// the phone from a socket of that client's own, and the phone's replies go back to the client that asked.
 /// Each datagram is passed on unchanged and in order; empty ones are dropped. A flow lives until an error
@@ -19,9 +21,10 @@ namespace quillbay {
 class UDPRelay {
  public:
     /// Does nothing yet. The relay's queue is labelled "com.local.mirel.Quillbay.udp-relay." + `localPort`.
-    /// `localPort` 0 lets the system choose (see `boundPort`).
+    /// `localPort` 0 lets the system choose (see `boundPort`). Without `access`, everybody may use it.
     UDPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
-             const std::string& remoteHost, std::uint16_t remotePort);
+             const std::string& remoteHost, std::uint16_t remotePort,
+             std::shared_ptr<RelayAccess> access = nullptr);
 
     /// Closes the listener and, since no reply can be passed back any more, the flows.
     ~UDPRelay();
@@ -44,6 +47,10 @@ class UDPRelay {
     /// Cancels the listener and every flow. May be called more than once and before any start. The sockets
     /// are closed on the relay's queue, before anything that is asked for later on the same port.
     void stop();
+
+    /// Forgets the flows of those who may not use it now, after `access` has changed. Any thread; happens
+    /// later, on the relay's queue.
+    void endConnectionsOfOthers();
 
     /// How many flows (clients and their partners) are held. Any thread.
     [[nodiscard]] std::size_t connectionCount() const;

@@ -2,12 +2,14 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <system_error>
 #include <utility>
 
-#include "bridge/ReceiveBuffer.h"
+#include "bridge/DatagramBatch.h"
+#include "platform/DescriptorShares.h"
 #include "platform/PrintedError.h"
 #include "platform/Sockets.h"
 
@@ -15,7 +17,7 @@ namespace quillbay {
 
 namespace {
 
-constexpr int datagramsPerTurn = 64;
+constexpr int batchesPerTurn = 2;
 
 bool isFailureOfListener(int error) {
     return error == EBADF || error == EINVAL || error == ENOTSOCK || error == EFAULT || error == ENOTCONN;
@@ -25,12 +27,21 @@ std::uint64_t keyOf(const sockaddr_in& client) {
     return (static_cast<std::uint64_t>(client.sin_addr.s_addr) << 16U) | client.sin_port;
 }
 
+/// Sorts by client and leaves the order of each client's own as it is. Few datagrams, and often sorted
+/// already: nothing is quicker than to insert them.
+void bringTogether(std::span<Datagram> datagrams) {
+    for (std::size_t i = 1; i < datagrams.size(); ++i) {
+        for (std::size_t j = i; j > 0 && keyOf(datagrams[j].peer) < keyOf(datagrams[j - 1].peer); --j)
+            std::swap(datagrams[j], datagrams[j - 1]);
+    }
+}
+
 }  // namespace
 
 UDPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
                      const std::string& remoteHost, std::uint16_t remotePort,
-                     const RelayErrorCallback& onError)
-    : RelayListener(loop, std::move(localIP), localPort, onError),
+                     const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
+    : RelayListener(loop, std::move(localIP), localPort, onError, std::move(access)),
       phone_(SocketAddress::numeric(remoteHost, remotePort)) {}
 
 UniqueDescriptor UDPRelay::Core::open(const std::string& address, std::uint16_t port) {
@@ -44,75 +55,114 @@ void UDPRelay::Core::listen() {
 }
 
 void UDPRelay::Core::receive() {
-    ReceiveBuffer& buffer = receiveBuffer();
+    DatagramBatch& batch = datagramBatch();
     bool any = false;
-    for (int round = 0; round < datagramsPerTurn; ++round) {
+    bool last = false;
+    for (int round = 0; round < batchesPerTurn && !last; ++round) {
         if (!socket().isOpen()) return;
-        sockaddr_in client{};
-        socklen_t length = sizeof client;
-        const ssize_t count = ::recvfrom(socket().get(), buffer.data(), buffer.size(), 0,
-                                         reinterpret_cast<sockaddr*>(&client), &length);
-        any = any || count > 0;
-        if (count > 0) passOn(client, {buffer.data(), static_cast<std::size_t>(count)});
-        if (count >= 0) continue;
-        if (errno == EAGAIN || errno == EWOULDBLOCK) break;
-        if (isFailureOfListener(errno)) return fail(std::make_exception_ptr(systemError(errno)));
-        // Anything else is about one datagram.
+        batch.clear();
+        const auto received = batch.receive(socket().get(), Directed::no);
+        passOn(received.datagrams);
+        if (isFailureOfListener(received.error)) {
+            return fail(std::make_exception_ptr(systemError(received.error)));
+        }
+        // Any other error is about one datagram.
+        any = any || !received.datagrams.empty();
+        last = received.last;
     }
     // A socket that was shut down is readable for ever and receives nothing, or the empty over and over.
-    if (!any && socket().receivingIsShutDown()) return fail(std::make_exception_ptr(systemError(ESHUTDOWN)));
+    if (!any && receivingIsShutDown(socket().get()))
+        return fail(std::make_exception_ptr(systemError(ESHUTDOWN)));
     listen();
 }
 
-void UDPRelay::Core::passOn(const sockaddr_in& client, std::span<const char> datagram) {
-    // A flow that died since its last datagram is noticed here at the latest; this datagram then opens the
-    // next one.
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        const auto flow = flowOf(client);
-        if (!flow || flow->send(datagram) != UDPFlow::Sent::flowIsDead) return;
-        flow->close();
-        flowEnded(*flow);
+void UDPRelay::Core::passOn(std::span<Datagram> received) {
+    bringTogether(received);
+    while (!received.empty()) {
+        const auto others = std::find_if(received.begin(), received.end(), [&](const Datagram& each) {
+            return keyOf(each.peer) != keyOf(received.front().peer);
+        });
+        const auto count = static_cast<std::size_t>(others - received.begin());
+        passOnOneClients(received.first(count));
+        received = received.subspan(count);
     }
 }
 
-std::shared_ptr<UDPFlow> UDPRelay::Core::flowOf(const sockaddr_in& client) {
+void UDPRelay::Core::passOnOneClients(std::span<const Datagram> datagrams) {
+    const sockaddr_in client = datagrams.front().peer;
+    // A flow that died since its last datagram is noticed here at the latest; the datagram that it did not
+    // take then opens the next one.
+    bool triedBefore = false;
+    while (!datagrams.empty()) {
+        UDPFlow* const flow = flowOf(client);
+        std::size_t done = flow != nullptr ? flow->send(datagrams) : 1;
+        if (flow != nullptr && done < datagrams.size()) {
+            forget(keyOf(client));
+            if (done == 0 && triedBefore) done = 1;
+            triedBefore = true;
+        }
+        datagrams = datagrams.subspan(done);
+    }
+}
+
+UDPFlow* UDPRelay::Core::flowOf(const sockaddr_in& client) {
     const std::uint64_t key = keyOf(client);
-    if (const auto known = flows_.find(key); known != flows_.end()) return known->second;
-    if (!phone_) return nullptr;
-    const auto self = std::static_pointer_cast<Core>(shared_from_this());
+    if (const auto known = flows_.find(key); known != flows_.end()) return &known->second;
+    if (!phone_ || !admitsDatagram(client)) return nullptr;
     try {
-        const auto flow = std::make_shared<UDPFlow>(loop(), std::weak_ptr<UDPFlowOwner>(self), client,
-                                                    openSocket(phone_->family(), SOCK_DGRAM), *phone_);
-        flow->start();
-        flows_.emplace(key, flow);
+        UniqueDescriptor opened = withinShare(openSocket(phone_->family(), SOCK_DGRAM), DescriptorUse::flow);
+        if (!replies_) prepareForFlows();
+        const auto made = flows_.try_emplace(key, client, std::move(opened), *phone_, *replies_, key);
         flowCount_ = flows_.size();
-        return flow;
+        return &made.first->second;
     } catch (const std::system_error&) {
         return nullptr;  // no descriptor or no route for the moment: the client's next datagram tries again
     }
 }
 
-void UDPRelay::Core::reply(const sockaddr_in& client, std::span<const char> datagram) {
-    // Best effort: a datagram that the network does not take is lost, like on any other hop.
-    if (socket().isOpen()) {
-        ::sendto(socket().get(), datagram.data(), datagram.size(), noSignalFlag(),
-                 reinterpret_cast<const sockaddr*>(&client), sizeof client);
-    }
+void UDPRelay::Core::prepareForFlows() {
+    replies_ = makeReadySockets(loop(), [weak = weak_from_this()](std::span<const std::uint64_t> flows) {
+        if (const auto self = weak.lock()) static_cast<Core&>(*self).passBack(flows);
+    });
+    makeRoomForBursts(socket().get());
 }
 
-void UDPRelay::Core::flowEnded(UDPFlow& flow) {
-    const auto known = flows_.find(keyOf(flow.client()));
-    // The client may have a newer flow already.
-    if (known == flows_.end() || known->second.get() != &flow) return;
-    flows_.erase(known);
+void UDPRelay::Core::passBack(std::span<const std::uint64_t> flows) {
+    DatagramBatch& batch = datagramBatch();
+    batch.clear();
+    for (const std::uint64_t key : flows) {
+        const auto flow = flows_.find(key);
+        if (flow == flows_.end()) continue;
+        if (batch.isFull()) reply(batch);
+        if (!flow->second.receive(batch)) forget(key);
+    }
+    reply(batch);
+}
+
+void UDPRelay::Core::reply(DatagramBatch& batch) {
+    std::span<const Datagram> datagrams = batch.datagrams();
+    // Best effort: a datagram that the network does not take is lost, like on any other hop.
+    while (socket().isOpen() && !datagrams.empty()) {
+        const DatagramCount sent = sendDatagrams(socket().get(), Directed::no, datagrams);
+        datagrams = datagrams.subspan(sent.count + (sent.error != 0 ? 1 : 0));
+    }
+    batch.clear();
+}
+
+void UDPRelay::Core::forget(std::uint64_t flow) {
+    flows_.erase(flow);
     flowCount_ = flows_.size();
 }
 
 void UDPRelay::Core::cancelConnections() {
-    const auto flows = std::exchange(flows_, {});
+    flows_.clear();
+    replies_.reset();
     flowCount_ = 0;
-    for (const auto& [key, flow] : flows)
-        flow->close();
+}
+
+void UDPRelay::Core::endRefusedConnections() {
+    std::erase_if(flows_, [this](const auto& entry) { return !mayStay(entry.second.client()); });
+    flowCount_ = flows_.size();
 }
 
 // A flow cannot outlive the socket through which it answers, and nothing would ever end it.

@@ -30,8 +30,8 @@ void WatchedSocket::close() {
     descriptor_.close(ignored);
 }
 
-bool WatchedSocket::receivingIsShutDown() {
-    pollfd asked{get(), shutDownEvents, 0};
+bool receivingIsShutDown(int socket) {
+    pollfd asked{socket, shutDownEvents, 0};
     return ::poll(&asked, 1, 0) == 1 && (asked.revents & (shutDownEvents | POLLHUP)) != 0;
 }
 

@@ -8,6 +8,10 @@
 
 namespace quillbay {
 
+/// Whether receiving was shut down: the socket is readable from then on, whether or not there is anything to
+/// receive. A stream tells that by its end; a datagram socket has to be asked.
+bool receivingIsShutDown(int socket);
+
 /// Owns a non-blocking socket and tells when it can be read or written. Used on its loop only.
 ///
 /// A wait is for one event and sees what is there already. The handlers of waits that `close` cuts short
@@ -25,10 +29,6 @@ class WatchedSocket {
     [[nodiscard]] bool isOpen() const { return descriptor_.is_open(); }
 
     void close();
-
-    /// Whether receiving was shut down: the socket is readable from then on, whether or not there is anything
-    /// to receive. A stream tells that by its end; a datagram socket has to be asked.
-    [[nodiscard]] bool receivingIsShutDown();
 
     template <typename Handler>
     void whenReadable(Handler handler) {

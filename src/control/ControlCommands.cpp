@@ -59,6 +59,7 @@ void ControlCommands::carryOut(const control::Rename& request, const Answer& ans
     DeviceProfile profile = control::findProfile(coordinator_.profiles(), request.profile);
     profile.displayName = control::checkedDisplayName(request.name);
     coordinator_.saveProfile(profile, AppCoordinator::SaveAnnouncement::announced);
+    control::requireKept(coordinator_.profiles(), profile);
     answer->last(control::idDocument(profile.id()));
 }
 
@@ -66,6 +67,7 @@ void ControlCommands::carryOut(const control::Remove& request, const Answer& ans
     const DeviceProfile& profile = control::findProfile(coordinator_.profiles(), request.profile);
     const std::string id = profile.id();
     coordinator_.deleteProfile(profile);
+    control::requireRemoved(coordinator_.profiles(), id);
     answer->last(control::idDocument(id));
 }
 
@@ -110,6 +112,13 @@ void ControlCommands::carryOut(const control::Report& request, const Answer& ans
         else
             answer->last(control::pathDocument(to.native()));
     });
+}
+
+void ControlCommands::carryOut(const control::Settings& request, const Answer& answer) {
+    if (request.onlyThisComputer)
+        if (const auto notKept = coordinator_.setOnlyThisComputer(*request.onlyThisComputer))
+            throw RefusedRequest("This holds until Quillbay quits. It could not be saved: " + *notKept);
+    answer->last(control::settingsDocument(coordinator_));
 }
 
 void ControlCommands::carryOut(const control::Activate& request, const Answer& answer) {

@@ -56,6 +56,7 @@ class ControlCommands {
     void carryOut(const control::Remove& request, const Answer& answer);
     void carryOut(const control::Log& request, const Answer& answer);
     void carryOut(const control::Report& request, const Answer& answer);
+    void carryOut(const control::Settings& request, const Answer& answer);
     void carryOut(const control::Activate& request, const Answer& answer);
 
     /// Runs `then` as soon as the local network has been looked at for long enough.

@@ -141,6 +141,13 @@ std::string scanResultDocument(const RemotePairingScanReport& report, std::size_
                     {"of", total}});
 }
 
+std::string settingsDocument(const AppCoordinator& coordinator) {
+    const RelayAccess::Refused refused = coordinator.refusedClients();
+    return oneLine({{"onlyThisComputer", coordinator.onlyThisComputer()},
+                    {"refusedConnections", refused.connections},
+                    {"refusedDatagrams", refused.datagrams}});
+}
+
 std::string lineDocument(const std::string& line) {
     return oneLine({{"line", line}});
 }

@@ -27,6 +27,8 @@ std::string peersDocument(const std::string& providerID, const std::vector<MeshV
 std::string scanProgressDocument(std::size_t probed, std::size_t total);
 std::string scanResultDocument(const RemotePairingScanReport& report, std::size_t probed, std::size_t total);
 
+std::string settingsDocument(const AppCoordinator& coordinator);
+
 std::string lineDocument(const std::string& line);
 /// Says that there is nothing more to come where the documents themselves do not show it.
 std::string endDocument();

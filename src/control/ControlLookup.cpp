@@ -30,7 +30,19 @@ std::string listed(const std::vector<const Thing*>& things, Label label) {
     return fmt::format("{}", fmt::join(labels, ", "));
 }
 
+constexpr const char* notKept = "The change could not be saved. Is there room on the disk?";
+
 }  // namespace
+
+void requireKept(const std::vector<DeviceProfile>& profiles, const DeviceProfile& profile) {
+    if (std::find(profiles.begin(), profiles.end(), profile) == profiles.end()) throw RefusedRequest(notKept);
+}
+
+void requireRemoved(const std::vector<DeviceProfile>& profiles, const std::string& id) {
+    const bool there = std::any_of(profiles.begin(), profiles.end(),
+                                   [&](const DeviceProfile& profile) { return profile.id() == id; });
+    if (there) throw RefusedRequest(notKept);
+}
 
 const DeviceProfile& findProfile(const std::vector<DeviceProfile>& profiles, const std::string& text) {
     const auto sameID = allThat(profiles, [&](const DeviceProfile& profile) { return profile.id() == text; });

@@ -69,6 +69,7 @@ void ControlCommands::savePaired(const control::Pair& request, const CapturedBon
     }
     connect(profile);
     coordinator_.saveProfile(profile, AppCoordinator::SaveAnnouncement::announced);
+    control::requireKept(coordinator_.profiles(), profile);
     answer->last(control::idDocument(profile.id()));
 }
 

@@ -56,9 +56,9 @@ class Arguments {
         return std::move(*value);
     }
 
-    [[nodiscard]] bool flag(std::string_view name) const {
+    [[nodiscard]] std::optional<bool> optionalFlag(std::string_view name) const {
         const JSONValue* value = request_.member(name);
-        if (value == nullptr) return false;
+        if (value == nullptr) return std::nullopt;
         try {
             return value->boolean(name);
         } catch (const JSONError&) {
@@ -105,7 +105,7 @@ ControlRequest readRename(const Arguments& arguments) {
 
 ControlRequest readLog(const Arguments& arguments) {
     arguments.allow({"follow"});
-    return control::Log{arguments.flag("follow")};
+    return control::Log{arguments.optionalFlag("follow").value_or(false)};
 }
 
 ControlRequest readReport(const Arguments& arguments) {
@@ -115,6 +115,11 @@ ControlRequest readReport(const Arguments& arguments) {
     if (!to.starts_with('/') || to.find('\0') != std::string::npos)
         throw RefusedRequest("The \"to\" of \"report\" must be an absolute path.");
     return control::Report{to};
+}
+
+ControlRequest readSettings(const Arguments& arguments) {
+    arguments.allow({"onlyThisComputer"});
+    return control::Settings{arguments.optionalFlag("onlyThisComputer")};
 }
 
 ControlRequest readActivate(const Arguments& arguments) {
@@ -137,6 +142,7 @@ constexpr std::array<std::pair<std::string_view, Reader>, std::variant_size_v<Co
     {"remove", readForProfile<control::Remove>},
     {"log", readLog},
     {"report", readReport},
+    {"settings", readSettings},
     {"activate", readActivate},
 }};
 

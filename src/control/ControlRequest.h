@@ -71,6 +71,11 @@ struct Report {
     std::filesystem::path to;
     bool operator==(const Report&) const = default;
 };
+struct Settings {
+    /// Who may use the bridge from now on; absent: as it is.
+    std::optional<bool> onlyThisComputer;
+    bool operator==(const Settings&) const = default;
+};
 struct Activate {
     /// What the desktop gave to whoever asks, so that a window may take the focus.
     std::optional<std::string> token;
@@ -82,7 +87,7 @@ struct Activate {
 using ControlRequest =
     std::variant<control::Status, control::Phones, control::Providers, control::Peers, control::Pair,
                  control::Start, control::Stop, control::Scan, control::Rename, control::Remove, control::Log,
-                 control::Report, control::Activate>;
+                 control::Report, control::Settings, control::Activate>;
 
 /// The longest request, without its line feed.
 inline constexpr std::size_t maxControlRequestBytes = std::size_t{64} * 1024;

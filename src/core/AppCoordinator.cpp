@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <exception>
+#include <system_error>
 #include <utility>
 
 #include "core/UserFacingConnectionError.h"
@@ -34,6 +36,7 @@ AppCoordinator::AppCoordinator(const Host& host, PresenceCheck presenceCheck)
         providersByID_.emplace(type.id, makeProvider(type));
     refreshInstalledProviders();
     logs_.diagnostic(std::string("Quillbay started — version ") + applicationVersion());
+    restoreAccess();
     DNSServiceProxy::killAllOrphanedProxyProcesses(
         host_.tools, [this](const std::string& line) { logs_.diagnostic(line); });
 }
@@ -107,7 +110,8 @@ void AppCoordinator::startBridge(DeviceProfile profile, bool scanIfPortStale) {
 
 std::shared_ptr<ProxyBridge> AppCoordinator::makeBridge(const DeviceProfile& profile) const {
     return ProxyBridge::make(
-        host_, profile, [&host = host_] { return host.ipv4Address(host.interfaceName()); }, presenceCheck_);
+        host_, profile, [&host = host_] { return host.ipv4Address(host.interfaceName()); }, presenceCheck_,
+        access_);
 }
 
 void AppCoordinator::attach(ProxyBridge& bridge, const DeviceProfile& profile) {
@@ -202,6 +206,18 @@ void AppCoordinator::setLaunchAtLoginEnabled(bool enabled) {
     if (launchAtLoginEnabled_ == enabled) return;
     launchAtLoginEnabled_ = enabled;
     published.notify(Published::launchAtLogin);
+}
+
+std::optional<std::string> AppCoordinator::keepSetting(const std::string& what,
+                                                       const std::function<void(SettingsStore&)>& change) {
+    try {
+        change(settings_);
+        return std::nullopt;
+    } catch (const std::exception& error) {
+        logs_.diagnostic(what + " could not be saved: " + printedError(error));
+        const auto* system = dynamic_cast<const std::system_error*>(&error);
+        return system != nullptr ? system->code().message() : error.what();
+    }
 }
 
 BridgeStatus AppCoordinator::overallStatus() const {

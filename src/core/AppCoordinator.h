@@ -15,6 +15,7 @@
 
 #include "bridge/LocalHostPresenceCheck.h"
 #include "bridge/ProxyBridge.h"
+#include "bridge/RelayAccess.h"
 #include "core/AppLogStore.h"
 #include "core/BridgeStatus.h"
 #include "core/CaptureInbox.h"
@@ -23,6 +24,7 @@
 #include "core/DiagnosticsReport.h"
 #include "core/DiagnosticsTexts.h"
 #include "core/ProxyHosts.h"
+#include "core/RefusalLog.h"
 #include "core/ScanProgress.h"
 #include "core/ServiceInquiries.h"
 #include "discovery/BonjourCapture.h"
@@ -105,6 +107,11 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     /// more).
     void handleAddressChange(const std::optional<std::string>& address);
 
+    /// Whether only this computer may use the bridges, from now on and in later runs: the connections of
+    /// others are ended, and new ones are refused. Returns why it could not be remembered, in which case it
+    /// holds until the end of this run.
+    std::optional<std::string> setOnlyThisComputer(bool only);
+
     // Phones on the local network.
 
     /// Begins to look for phones on the local network, or begins anew. From then on `capturedServices` is
@@ -117,6 +124,10 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> discoveryStarted() const {
         return discoveryStarted_;
     }
+
+    /// Whether no phone can be found because the tool that looks for them keeps ending: what was so at the
+    /// last look, one of which there is every 5 seconds.
+    [[nodiscard]] bool discoveryFails() const { return discoveryFails_; }
 
     /// Takes a service that the capture has seen; of two with one host, the later one counts.
     void upsertCapturedService(CapturedBonjourService service);
@@ -215,6 +226,10 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     /// One status for all: on before pairing before error before off.
     [[nodiscard]] BridgeStatus overallStatus() const;
     [[nodiscard]] AppLogStore& logs() { return logs_; }
+    [[nodiscard]] bool onlyThisComputer() const { return access_->onlyThisComputer(); }
+    /// How many connections and datagrams of other computers were refused in this run. Not published: it may
+    /// change with every one.
+    [[nodiscard]] RelayAccess::Refused refusedClients() const { return access_->refused(); }
     /// This computer's address on the local network, read now.
     [[nodiscard]] std::optional<std::string> localIP() const;
     /// Whether the program starts when the user logs in: what the desktop said last. Whoever asks the desktop
@@ -223,7 +238,15 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     void setLaunchAtLoginEnabled(bool enabled);
 
     /// The parts of the published state.
-    enum class Published { capturedServices, installedProviders, devices, profiles, statuses, launchAtLogin };
+    enum class Published {
+        capturedServices,
+        installedProviders,
+        devices,
+        profiles,
+        statuses,
+        launchAtLogin,
+        access
+    };
     /// Told after every change of one of them.
     Observers<Published> published;
     /// Told after every change of a profile's status, with the profile's id.
@@ -258,6 +281,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     void receiveCapture();
     void watchAddress();
 
+    void restoreAccess();
+
     void startCapture();
     void checkCapturedServices();
     void followClock();
@@ -272,6 +297,10 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     /// Says that `part` has changed and tells those who waited for it.
     void finish(Refresh& refresh, Published part);
     std::optional<std::string> keepBinaryPath(const std::string& path, const std::string& providerID);
+
+    /// Returns why the change could not be written, and says so in the log; `what` names it there.
+    std::optional<std::string> keepSetting(const std::string& what,
+                                           const std::function<void(SettingsStore&)>& change);
 
     [[nodiscard]] std::shared_ptr<ProxyBridge> makeBridge(const DeviceProfile& profile) const;
     [[nodiscard]] Diagnosis* diagnosis(const std::string& profileID, std::uint64_t number);
@@ -293,6 +322,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     AppLogStore logs_;
     std::shared_ptr<DiagnosticsReport> diagnosticsReport_ = DiagnosticsReport::make(host_, logs_);
     SettingsStore settings_;
+    std::shared_ptr<RelayAccess> access_ = std::make_shared<RelayAccess>();
+    RefusalLog refusalLog_{host_.mainQueue, logs_, access_};
     BonjourCapture bonjourCapture_;
     DeviceProfileStore profileStore_;
     InterfaceMonitor interfaceMonitor_;
@@ -305,6 +336,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
     std::optional<ServiceInquiries> inquiries_;
     std::unique_ptr<RepeatingTimer> staleCheckTimer_;
     std::optional<std::chrono::steady_clock::time_point> discoveryStarted_;
+    bool discoveryFails_ = false;
     /// When the captured services were last checked; nothing before discovery has started.
     std::optional<std::chrono::system_clock::time_point> lastCheck_;
     /// The own hosts at the last check, or when the capture was started after that.

@@ -97,6 +97,8 @@ void AppCoordinator::checkCapturedServices() {
     capturedServices_.forgetMissing(host_.clock.now() - missingAge);
     askForQuietServices();
     lookAgainForFormerProxies();
+    const bool failed = std::exchange(discoveryFails_, bonjourCapture_.isFailing());
+    if (failed != discoveryFails_) published.notify(Published::capturedServices);
 }
 
 void AppCoordinator::followClock() {

@@ -115,17 +115,12 @@ std::optional<std::string> AppCoordinator::setBinaryPath(const std::string& path
 
 std::optional<std::string> AppCoordinator::keepBinaryPath(const std::string& path,
                                                           const std::string& providerID) {
-    try {
+    return keepSetting("CLI path for " + providerID, [&](SettingsStore& settings) {
         if (path.empty())
-            settings_.remove(binaryPathKey(providerID));
+            settings.remove(binaryPathKey(providerID));
         else
-            settings_.setString(binaryPathKey(providerID), path);
-        return std::nullopt;
-    } catch (const std::exception& error) {
-        logs_.diagnostic("CLI path for " + providerID + " could not be saved: " + printedError(error));
-        const auto* system = dynamic_cast<const std::system_error*>(&error);
-        return system != nullptr ? system->code().message() : error.what();
-    }
+            settings.setString(binaryPathKey(providerID), path);
+    });
 }
 
 }  // namespace quillbay

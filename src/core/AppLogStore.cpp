@@ -24,7 +24,9 @@ std::filesystem::path preparedLogFile(const FileLocations& files) {
     } catch (const std::exception&) {
         // The log then lives in memory only, which the diagnostics report can still send.
     }
-    return folder / "diagnostics.log";
+    std::filesystem::path file = folder / "diagnostics.log";
+    removeLeftOverParts(file);
+    return file;
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/Files.h"
 #include "platform/PrintedError.h"
+#include "platform/ScratchFolder.h"
 #include "platform/Text.h"
 #include "platform/Utf8.h"
 
@@ -24,6 +25,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* logName = "diagnostics.log";
+constexpr const char* scratchPrefix = "quillbay-report-";
 constexpr int noTool = -1;
 
 /// What is at the path itself, behind no symbolic link; nothing when nothing is.
@@ -56,28 +58,6 @@ void requireOwnFile(const fs::path& archive) {
                      status->st_nlink == 1 && (status->st_mode & 077U) == 0;
     if (!own) throw DiagnosticsError(noTool, "“" + archive.string() + "” is not the file that was made.");
 }
-
-/// A folder of this user's own under a name that nobody can guess, removed in the end.
-class PrivateFolder {
- public:
-    explicit PrivateFolder(const fs::path& below) {
-        makeDirectories(below);
-        std::string pattern = (below / "quillbay-report-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) throw systemError(errno);
-        path_ = pattern;
-    }
-    ~PrivateFolder() {
-        std::error_code nothingLeftToTry;
-        fs::remove_all(path_, nothingLeftToTry);
-    }
-    PrivateFolder(const PrivateFolder&) = delete;
-    PrivateFolder& operator=(const PrivateFolder&) = delete;
-
-    [[nodiscard]] const fs::path& path() const { return path_; }
-
- private:
-    fs::path path_;
-};
 
 /// Throws unless a file may be put there.
 void requireFileName(const fs::path& archive) {
@@ -115,7 +95,7 @@ void DiagnosticsArchive::make(const fs::path& folder, const fs::path& archive, s
 void DiagnosticsArchive::makeAnywhere(const fs::path& temporary, const fs::path& archive,
                                       std::string_view text, const StopToken& token) const {
     requireFileName(archive);
-    const PrivateFolder folder(temporary);
+    const ScratchFolder folder(temporary, scratchPrefix);
     const fs::path made = folder.path() / "diagnostics.zip";
     make(folder.path() / "log", made, text, token);
     // By copying, because the two may be on different disks.
@@ -128,6 +108,10 @@ void DiagnosticsArchive::makeAnywhere(const fs::path& temporary, const fs::path&
         throw DiagnosticsError(noTool, "The report cannot be written to “" + archive.string() + "”: " +
                                            std::generic_category().message(error.code().value()) + ".");
     }
+}
+
+void DiagnosticsArchive::removeLeftOver(const fs::path& temporary) {
+    ScratchFolder::removeLeftOver(temporary, scratchPrefix);
 }
 
 void DiagnosticsArchive::zip(const fs::path& file, const fs::path& archive, const StopToken& token) const {

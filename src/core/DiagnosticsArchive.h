@@ -32,6 +32,10 @@ class DiagnosticsArchive {
     void makeAnywhere(const std::filesystem::path& temporary, const std::filesystem::path& archive,
                       std::string_view text, const StopToken& token) const;
 
+    /// Removes the folders, each with a copy of the log, that programs have left below `temporary` when they
+    /// were killed in the middle of `makeAnywhere`. Best effort, and the one member that does not throw.
+    static void removeLeftOver(const std::filesystem::path& temporary);
+
     /// Runs the tool: an exit status other than 0 is an error of that code, described by what the tool wrote
     /// to standard error.
     void zip(const std::filesystem::path& file, const std::filesystem::path& archive,

@@ -30,7 +30,9 @@ std::shared_ptr<DiagnosticsReport> DiagnosticsReport::make(const Host& host, App
 
 DiagnosticsReport::DiagnosticsReport(const Host& host, AppLogStore& logs,
                                      std::chrono::milliseconds limitOfZip)
-    : host_(host), logs_(logs), archive_(host.tools.zip, limitOfZip) {}
+    : host_(host), logs_(logs), archive_(host.tools.zip, limitOfZip) {
+    DiagnosticsArchive::removeLeftOver(host.files.temporary);
+}
 
 void DiagnosticsReport::enqueue(Line DiagnosticsReport::* line, std::function<void(Task)> report) {
     (this->*line).waiting.push_back(std::move(report));

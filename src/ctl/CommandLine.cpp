@@ -30,6 +30,8 @@ const std::string_view usageText =
   remove PHONE                           forget it
   log [--follow]                         what has happened; --follow: and what happens
   report --to FILE.zip                   write the diagnostics report
+  settings                               who may use the bridge, and how often others were refused
+  settings only-this-computer on|off     whether only this computer may use the bridge
 
 HOST is a phone's host or name as in "phones", PHONE a paired one's name, host or id as in "status".
 
@@ -90,6 +92,18 @@ Document report(const Arguments& arguments) {
     return {{"to", path.native()}};
 }
 
+Document settings(const Arguments& arguments) {
+    arguments.allow({});
+    if (arguments.words().size() == 1) return {};
+    arguments.expect({"only-this-computer", "on or off"});
+    const std::string& name = arguments.words()[1];
+    const std::string& value = arguments.words()[2];
+    if (name != "only-this-computer") throw UsageRefusal(fmt::format("there is no setting \"{}\"", name));
+    if (value != "on" && value != "off")
+        throw UsageRefusal(fmt::format("{} is on or off, not \"{}\"", name, value));
+    return {{"onlyThisComputer", value == "on"}};
+}
+
 /// PROVIDER:NAME. A provider's id has no colon, a name may have one.
 Document peerOf(const std::string& peer) {
     const std::size_t colon = peer.find(':');
@@ -120,7 +134,7 @@ Document pair(const Arguments& arguments) {
 
 using Reader = Document (*)(const Arguments&);
 
-constexpr std::array<std::pair<std::string_view, Reader>, 12> readers{{
+constexpr std::array<std::pair<std::string_view, Reader>, 13> readers{{
     {"status", plain},
     {"phones", plain},
     {"providers", plain},
@@ -133,6 +147,7 @@ constexpr std::array<std::pair<std::string_view, Reader>, 12> readers{{
     {"remove", forProfile},
     {"log", log},
     {"report", report},
+    {"settings", settings},
 }};
 
 CommandLine commandOf(const Arguments& arguments) {

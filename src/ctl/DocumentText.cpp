@@ -136,6 +136,21 @@ ShownDocument showReport(const Document& document, const Setting& /*setting*/) {
     return done("Written: ", document.at("path"));
 }
 
+/// "1 connection", "2,000 connections".
+std::string counted(const Document& count, const char* noun) {
+    const auto number = count.get<std::uint64_t>();
+    return grouped(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+ShownDocument showSettings(const Document& document, const Setting& setting) {
+    Table table({"SETTING", "VALUE"}, setting.style);
+    const bool only = document.at("onlyThisComputer").get<bool>();
+    table.add({"Only this computer may use the bridge", only ? "on" : "off"});
+    return {Kind::last, table.text() + "\nRefused to others: " +
+                            counted(document.at("refusedConnections"), "connection") + ", " +
+                            counted(document.at("refusedDatagrams"), "datagram") + "\n"};
+}
+
 template <const char* const& what>
 ShownDocument showID(const Document& document, const Setting& /*setting*/) {
     return done(what, document.at("id"));
@@ -149,7 +164,7 @@ constexpr const char* removed = "Removed: ";
 
 using Show = ShownDocument (*)(const Document&, const Setting&);
 
-constexpr std::array<std::pair<std::string_view, Show>, 12> shows{{
+constexpr std::array<std::pair<std::string_view, Show>, 13> shows{{
     {"status", showStatus},
     {"phones", showPhones},
     {"providers", showProviders},
@@ -162,6 +177,7 @@ constexpr std::array<std::pair<std::string_view, Show>, 12> shows{{
     {"remove", showID<removed>},
     {"log", showLog},
     {"report", showReport},
+    {"settings", showSettings},
 }};
 
 ShownDocument shown(std::string_view command, const Document& document, const Setting& setting) {

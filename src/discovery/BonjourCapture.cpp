@@ -28,6 +28,8 @@ constexpr std::chrono::milliseconds firstPause = std::chrono::seconds(1);
 constexpr std::chrono::milliseconds longestPause = std::chrono::minutes(1);
 /// A child that ran for this long did not fail at its start.
 constexpr std::chrono::minutes settledAfter{1};
+/// Nor did one that ran for this long: where the tool cannot work, it says so at once.
+constexpr std::chrono::seconds worksAfter{3};
 
 std::string described(ExitStatus status) {
     return status.signal != 0 ? fmt::format("was ended by signal {}", status.signal)
@@ -62,6 +64,7 @@ struct BonjourCapture::Session : std::enable_shared_from_this<Session> {
                              ChildCommand::Output::null, tool.environment};
         command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
         launchedAt = host.clock.steadyNow();
+        waiting = false;
         zoneDumpProcess.reset();
         try {
             zoneDumpProcess = ChildProcess::launch(command);
@@ -85,6 +88,8 @@ struct BonjourCapture::Session : std::enable_shared_from_this<Session> {
 
     void tryAgain(const std::string& trouble) {
         if (stopped) return;
+        waiting = true;
+        failures = works() ? 1 : failures + 1;
         if (host.clock.steadyNow() - launchedAt >= settledAfter) {
             pause = firstPause;
             lastTrouble.clear();
@@ -98,6 +103,9 @@ struct BonjourCapture::Session : std::enable_shared_from_this<Session> {
         });
         pause = std::min(2 * pause, longestPause);
     }
+
+    [[nodiscard]] bool works() const { return host.clock.steadyNow() - launchedAt >= worksAfter; }
+    [[nodiscard]] bool isFailing() const { return failures > 1 && (waiting || !works()); }
 
     void log(const std::string& line) {
         queue.post([weak = weak_from_this(), line] {
@@ -178,6 +186,10 @@ struct BonjourCapture::Session : std::enable_shared_from_this<Session> {
     std::chrono::steady_clock::time_point launchedAt;
     std::chrono::milliseconds pause = firstPause;
     std::string lastTrouble;
+    /// In a row, of children that did not work.
+    int failures = 0;
+    /// For the next launch.
+    bool waiting = false;
 };
 
 BonjourCapture::BonjourCapture(const Host& host) : host_(host) {}
@@ -196,6 +208,10 @@ void BonjourCapture::stop() {
     if (!session_) return;
     session_->stop();
     session_.reset();
+}
+
+bool BonjourCapture::isFailing() const {
+    return session_ && session_->isFailing();
 }
 
 }  // namespace quillbay

@@ -55,6 +55,10 @@ class BonjourCapture {
     /// returned: it waits for one that is just running. May be called more than once.
     void stop();
 
+    /// On the main thread: the child keeps ending, so that no phone can be found. True from the second one in
+    /// a row that ended before it had run for three seconds, until one has.
+    [[nodiscard]] bool isFailing() const;
+
  private:
     struct Session;
     const Host& host_;

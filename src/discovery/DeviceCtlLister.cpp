@@ -1,5 +1,7 @@
 #include "discovery/DeviceCtlLister.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -43,6 +45,8 @@ std::optional<ChildResult> runListing(const HostTools::Tool& xcrun, const std::s
     for (const char* argument : {"devicectl", "list", "devices", "--json-output"})
         command.arguments.emplace_back(argument);
     command.arguments.push_back(path);
+    // The names of the user's devices, in a folder that others may look into.
+    command.creationMask = S_IRWXG | S_IRWXO;
     try {
         return runToEnd(command, 0, token);
     } catch (const std::system_error&) {

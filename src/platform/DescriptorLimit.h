@@ -9,6 +9,13 @@ namespace quillbay {
 /// the limit as it is. Returns the soft limit that now holds.
 rlim_t raiseDescriptorLimit();
 
+/// The soft limit as it was last seen: asking the system at each of thousands of sockets would cost a call
+/// each. Any thread.
+rlim_t knownDescriptorLimit();
+
+/// Asks the system for the soft limit, and knows it from then on. Any thread.
+rlim_t refreshDescriptorLimit();
+
 /// The limits that this process was started with: the ones that children get.
 rlimit originalDescriptorLimit();
 

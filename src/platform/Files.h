@@ -21,6 +21,10 @@ std::optional<std::string> readFile(const std::filesystem::path& path, std::size
 /// then.
 void replaceFile(const std::filesystem::path& path, std::string_view content);
 
+/// Removes what writers of this file that were killed in the middle have left beside it. The next
+/// `replaceFile` of it does so too; this is for whoever may not write for long. Best effort.
+void removeLeftOverParts(const std::filesystem::path& path);
+
 /// Creates the directory and those above it that are missing, each for the user alone. An existing one is
 /// left as it is. Throws std::system_error.
 void makeDirectories(const std::filesystem::path& path);

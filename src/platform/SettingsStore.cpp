@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <system_error>
+#include <type_traits>
 
 #include "platform/Files.h"
 #include "platform/JSONValue.h"
@@ -38,6 +39,24 @@ nlohmann::ordered_json readForChange(const std::filesystem::path& file) {
     return nlohmann::ordered_json::parse(*text);
 }
 
+/// What `read` makes of the value of a key. Nothing when there is none, or `read` finds it to be of another
+/// kind.
+template <typename Read>
+std::optional<std::invoke_result_t<Read, const JSONValue&>> valueIn(const std::filesystem::path& file,
+                                                                    std::string_view key, const Read& read) {
+    const std::optional<std::string> text = readFile(file, fileLimitBytes);
+    if (!text) return std::nullopt;
+    try {
+        const JSONValue settings = JSONValue::parse(*text);
+        const JSONValue* value = settings.member(key);
+        if (value == nullptr) return std::nullopt;
+        return read(*value);
+    } catch (const JSONError&) {
+        // Whoever damaged it by hand gets the defaults now, and the reason at the first change.
+        return std::nullopt;
+    }
+}
+
 void write(const std::filesystem::path& file, const nlohmann::ordered_json& settings) {
     constexpr int indentation = 2;  // a person may edit it
     makeDirectories(file.parent_path());
@@ -47,26 +66,32 @@ void write(const std::filesystem::path& file, const nlohmann::ordered_json& sett
 }  // namespace
 
 SettingsStore::SettingsStore(const FileLocations& files)
-    : file_(files.configuration / applicationFolder / "settings.json") {}
+    : file_(files.configuration / applicationFolder / "settings.json") {
+    removeLeftOverParts(file_);
+}
 
 std::optional<std::string> SettingsStore::string(std::string_view key) const {
-    const std::optional<std::string> text = readFile(file_, fileLimitBytes);
-    if (!text) return std::nullopt;
-    try {
-        const JSONValue settings = JSONValue::parse(*text);
-        const JSONValue* value = settings.member(key);
-        if (value == nullptr) return std::nullopt;
-        return value->string(key);
-    } catch (const JSONError&) {
-        // Whoever damaged it by hand gets the defaults now, and the reason at the first change.
-        return std::nullopt;
-    }
+    return valueIn(file_, key, [key](const JSONValue& value) { return value.string(key); });
+}
+
+std::optional<bool> SettingsStore::boolean(std::string_view key) const {
+    return valueIn(file_, key, [key](const JSONValue& value) { return value.boolean(key); });
+}
+
+bool SettingsStore::has(std::string_view key) const {
+    return valueIn(file_, key, [](const JSONValue&) { return true; }).has_value();
 }
 
 void SettingsStore::setString(std::string_view key, const std::string& value) {
     if (!isValidUtf8(key) || !isValidUtf8(value))
         throw std::runtime_error(
             fmt::format("the setting cannot be kept in {}: it is not valid UTF-8", file_.string()));
+    nlohmann::ordered_json settings = readForChange(file_);
+    settings[std::string(key)] = value;
+    write(file_, settings);
+}
+
+void SettingsStore::setBoolean(std::string_view key, bool value) {
     nlohmann::ordered_json settings = readForChange(file_);
     settings[std::string(key)] = value;
     write(file_, settings);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include "platform/Files.h"
 #include "platform/JSONValue.h"
@@ -12,8 +14,21 @@ namespace quillbay {
 
 namespace {
 
+/// A file that is there and cannot be read counts as empty, and the next change would replace it: so a single
+/// failure of the system's does not count yet.
+std::optional<std::string> readPersistently(const std::filesystem::path& path) {
+    constexpr int attempts = 3;
+    std::optional<std::string> document;
+    std::error_code ignored;  // what cannot even be asked for is not there
+    for (int attempt = 0; attempt < attempts && !document; ++attempt) {
+        document = readFile(path, DeviceProfileStore::maxFileBytes);
+        if (!document && !std::filesystem::exists(path, ignored)) break;
+    }
+    return document;
+}
+
 std::vector<DeviceProfile> readProfiles(const std::filesystem::path& path) {
-    const std::optional<std::string> document = readFile(path, DeviceProfileStore::maxFileBytes);
+    const std::optional<std::string> document = readPersistently(path);
     if (!document) return {};
     try {
         return decodeProfiles(*document);
@@ -35,6 +50,7 @@ DeviceProfileStore::DeviceProfileStore(const FileLocations& files,
         // Without the folder the list reads as empty and cannot be kept, which is all that can be done about
         // it.
     }
+    removeLeftOverParts(fileURL_);
 }
 
 std::vector<DeviceProfile> DeviceProfileStore::load() const {

@@ -11,6 +11,7 @@
 
 #include "bridge/BridgeFixture.h"
 #include "bridge/RelayBindError.h"
+#include "fakes/WaitUntil.h"
 
 namespace quillbay {
 namespace {
@@ -236,6 +237,37 @@ TEST_F(ProxyBridgeRelays, open_for_a_tunnel_port_that_the_log_reports) {
     world.tools.appendLogLine("Got tunnel endpoint: 'fd12::1:41124'");
     ASSERT_TRUE(world.until([&] { return bridge->relayCount() == 3; }));
     EXPECT_EQ(log.size(), lines + 1) << "a port that is covered already is no news";
+}
+
+TEST_F(ProxyBridgeRelays, are_not_kept_from_their_work_by_a_log_that_repeats_itself) {
+    const auto printed = world.folder.path() / "printed";
+    world.host.tools.logFollower = {
+        "/bin/sh",
+        {"-c", "yes \"Got tunnel endpoint: 'fd12::1:41125'\" | head -n 20000; touch " + printed.string() +
+                   "; exec sleep 600"}};
+    startActive(profile(port));
+    // Nothing runs on the main queue meanwhile. What the pipe still holds is less than a tenth of the lines.
+    ASSERT_TRUE(fakes::waitUntil([&] { return std::filesystem::exists(printed); }));
+    world.network.drain();
+    std::size_t turns = 0;
+    ASSERT_TRUE(fakes::waitUntil([&] {
+        turns += world.mainQueue.context().poll();
+        return bridge->relayCount() == 2;
+    }));
+    EXPECT_LT(turns, 100U);
+    EXPECT_EQ(log.back(), "Phone: live tunnel port 41125 discovered, relay open");
+}
+
+TEST_F(ProxyBridgeRelays, stay_when_the_log_can_no_longer_be_followed_which_is_logged_once) {
+    world.host.tools.logFollower = {"/bin/true", {}};
+    startActive(profile(port));
+    const char* const line =
+        "Phone: tunnel ports are no longer followed in the system log: the tool for it has ended";
+    ASSERT_TRUE(world.until([&] { return std::find(log.begin(), log.end(), line) != log.end(); }));
+    world.network.drain();
+    EXPECT_EQ(std::count(log.begin(), log.end(), line), 1);
+    EXPECT_EQ(bridge->state(), ProxyBridgeState::active());
+    EXPECT_TRUE(listens(port));
 }
 
 TEST_F(ProxyBridgeRelays, log_a_discovered_port_that_is_taken) {

@@ -235,6 +235,7 @@ class FailingListener final : public RelayListener {
     void listen() override {}
     void cancelConnections() override {}
     void forgetConnections() override {}
+    void endRefusedConnections() override {}
 };
 
 }  // namespace

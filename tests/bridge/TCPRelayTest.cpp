@@ -44,6 +44,64 @@ TEST_F(TCPRelayTest, copies_bytes_both_ways) {
     EXPECT_EQ(relay->connectionCount(), 2U);
 }
 
+TEST_F(TCPRelayTest, a_stream_with_an_urgent_byte_in_it_goes_on_without_that_byte) {
+    const PhoneService phone;
+    const auto relay = relayTo(phone.port());
+    const Peer client = Peer::tcpTo(relay->boundPort());
+    const Peer server = phone.accept();
+    const std::string half = pattern(4'000'000);
+    auto sending = std::async(std::launch::async, [&] {
+        return client.send(half) && ::send(client.fd(), "!", 1, MSG_OOB) == 1 && client.send(half);
+    });
+    EXPECT_TRUE(server.receive(2 * half.size()) == half + half);
+    EXPECT_TRUE(sending.get());
+}
+
+TEST_F(TCPRelayTest, what_follows_an_urgent_byte_is_delivered_before_the_end) {
+    const PhoneService phone;
+    const auto relay = relayTo(phone.port());
+    // The relay meets the urgent byte at ever other places of what it receives.
+    for (std::size_t size = 65'536; size <= 65'536 * 9; size += 65'536) {
+        const Peer client = Peer::tcpTo(relay->boundPort());
+        const Peer server = phone.accept();
+        const std::string most = pattern(size);
+        auto sending = std::async(std::launch::async, [&] {
+            const bool sent = client.send(most) && ::send(client.fd(), "!", 1, MSG_OOB) == 1 &&
+                              client.send("the last words");
+            client.endSending();
+            return sent;
+        });
+        const std::string expected = most + "the last words";
+        EXPECT_TRUE(server.receive(expected.size()) == expected) << size;
+        EXPECT_TRUE(sending.get());
+    }
+}
+
+TEST_F(TCPRelayTest, streams_side_by_side_never_mix_whatever_becomes_of_the_others) {
+    const PhoneService phone;
+    const auto relay = relayTo(phone.port());
+    std::vector<std::future<bool>> outcomes;
+    for (std::uint32_t i = 0; i < 12; ++i) {
+        auto client = std::make_shared<Peer>(Peer::tcpTo(relay->boundPort()));
+        auto server = std::make_shared<Peer>(phone.accept());
+        const bool resets = i % 3 == 0;
+        outcomes.push_back(std::async(std::launch::async, [client, i, resets] {
+            const bool sent = client->send(pattern(6'000'000, i + 1));
+            client->endSending();
+            return sent || resets;
+        }));
+        outcomes.push_back(std::async(std::launch::async, [server, i, resets] {
+            const std::string expected = pattern(6'000'000, i + 1);
+            const std::size_t wanted = resets ? 700'000 + 100'000 * i : expected.size();
+            const bool same = server->receive(wanted) == expected.substr(0, wanted);
+            if (resets) server->reset();
+            return same;
+        }));
+    }
+    for (std::future<bool>& outcome : outcomes)
+        EXPECT_TRUE(outcome.get());
+}
+
 TEST_F(TCPRelayTest, passes_on_what_the_client_sends_before_the_phone_has_answered) {
     const PhoneService phone;
     const auto relay = relayTo(phone.port());

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <mutex>
 #include <system_error>
 #include <vector>
@@ -186,6 +187,35 @@ TEST_F(TunnelPortWatcherTest, stop_ends_the_follower_and_all_calls) {
     EXPECT_TRUE(followerEnds(writer));
     network.drain();
     EXPECT_EQ(seen(), Ports{1});
+}
+
+TEST_F(TunnelPortWatcherTest, says_once_that_the_follower_has_ended_by_itself) {
+    const auto watcher = makeWatcher();
+    std::atomic<int> ends = 0;
+    watcher->onEnd = [&] { ++ends; };
+    watcher->start();
+    UniqueDescriptor writer = log();
+    say(writer, "Got tunnel endpoint: 'h:1'\n");
+    EXPECT_TRUE(eventually([&] { return !seen().empty(); }));
+    EXPECT_EQ(ends, 0);
+    writer.reset();
+    EXPECT_TRUE(eventually([&] { return ends > 0; }));
+    watcher->stop();
+    network.drain();
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(seen(), Ports{1});
+}
+
+TEST_F(TunnelPortWatcherTest, does_not_say_so_of_one_that_was_stopped) {
+    const auto watcher = makeWatcher();
+    std::atomic<int> ends = 0;
+    watcher->onEnd = [&] { ++ends; };
+    watcher->start();
+    const UniqueDescriptor writer = log();
+    watcher->stop();
+    EXPECT_TRUE(followerEnds(writer));
+    network.drain();
+    EXPECT_EQ(ends, 0);
 }
 
 TEST_F(TunnelPortWatcherTest, stop_is_safe_before_start_and_twice) {

@@ -212,6 +212,28 @@ TEST_F(UDPRelayTest, serves_1000_clients) {
     EXPECT_EQ(relay->connectionCount(), 2000U);
 }
 
+TEST_F(UDPRelayTest, a_thousand_flows_take_little_memory) {
+    const Peer phone = Peer::udpBound();
+    const auto relay = relayTo(phone.localPort());
+    const auto open = [&] {
+        Peer client = Peer::udpTo(relay->boundPort());
+        EXPECT_TRUE(client.send("hello"));
+        EXPECT_EQ(phone.datagram(), "hello");
+        return client;
+    };
+    std::vector<Peer> clients;
+    clients.reserve(1100);
+    for (int i = 0; i < 100; ++i)
+        clients.push_back(open());
+    const std::size_t before = test::residentBytes();
+    for (int i = 0; i < 1000; ++i)
+        clients.push_back(open());
+    EXPECT_EQ(relay->connectionCount(), 2200U);
+    if (test::residentBytesTell()) {
+        EXPECT_LE(test::residentBytes() - before, 1000U * 200);
+    }
+}
+
 TEST_F(UDPRelayTest, a_dropped_relay_gives_its_port_and_its_flows_back) {
     const Peer phone = Peer::udpBound();
     const std::size_t open = test::openDescriptors();

@@ -7,6 +7,7 @@
 
 #include "control/ControlFixture.h"
 #include "core/Version.h"
+#include "fakes/FullDisk.h"
 
 namespace quillbay {
 namespace {
@@ -244,6 +245,20 @@ TEST_F(ControlCommandsTest, remove_forgets_the_profile) {
     EXPECT_THAT(stored(), IsEmpty());
 }
 
+TEST_F(ControlCommandsTest, a_change_that_the_disk_does_not_take_is_refused) {
+    serve({profile("iphone")});
+    const std::string refusal = R"({"error":"The change could not be saved. Is there room on the disk?"})";
+    {
+        const fakes::FullDisk full;
+        EXPECT_EQ(ask(R"({"command":"rename","profile":"iphone","name":"new"})"), refusal);
+        EXPECT_EQ(ask(R"({"command":"remove","profile":"iphone"})"), refusal);
+    }
+    EXPECT_THAT(stored(), ElementsAre(profile("iphone")));
+    EXPECT_EQ(ask(R"({"command":"rename","profile":"iphone","name":"new"})"),
+              R"({"id":"iphone.local#tailscale"})");
+    EXPECT_EQ(ask(R"({"command":"remove","profile":"new"})"), R"({"id":"iphone.local#tailscale"})");
+}
+
 TEST_F(ControlCommandsTest, log_shows_the_user_lines_and_then_an_empty_object) {
     serve();
     coordinator->logs().user("first");
@@ -283,6 +298,35 @@ TEST_F(ControlCommandsTest, report_says_why_it_could_not_be_written) {
     serve();
     const std::string path = (world.folder.path() / "no-such-folder" / "report.zip").string();
     EXPECT_THAT(ask(R"({"command":"report","to":")" + path + "\"}"), ::testing::StartsWith(R"({"error":")"));
+}
+
+TEST_F(ControlCommandsTest, settings_shows_who_may_use_the_bridge) {
+    serve();
+    EXPECT_EQ(ask(R"({"command":"settings"})"),
+              R"({"onlyThisComputer":false,"refusedConnections":0,"refusedDatagrams":0})");
+    EXPECT_FALSE(SettingsStore(world.host.files).has("bridge.onlyThisComputer")) << "nothing was set";
+}
+
+TEST_F(ControlCommandsTest, settings_restricts_and_opens_the_bridge) {
+    serve();
+    EXPECT_EQ(ask(R"({"command":"settings","onlyThisComputer":true})"),
+              R"({"onlyThisComputer":true,"refusedConnections":0,"refusedDatagrams":0})");
+    EXPECT_TRUE(coordinator->onlyThisComputer());
+    EXPECT_EQ(ask(R"({"command":"settings"})"),
+              R"({"onlyThisComputer":true,"refusedConnections":0,"refusedDatagrams":0})");
+    EXPECT_EQ(ask(R"({"command":"settings","onlyThisComputer":false})"),
+              R"({"onlyThisComputer":false,"refusedConnections":0,"refusedDatagrams":0})");
+    EXPECT_FALSE(coordinator->onlyThisComputer());
+}
+
+TEST_F(ControlCommandsTest, settings_says_when_a_change_could_not_be_saved) {
+    serve();
+    const auto folder = world.host.files.configuration;
+    std::filesystem::remove_all(folder);
+    std::ofstream(folder) << "a file";
+    EXPECT_EQ(ask(R"({"command":"settings","onlyThisComputer":true})"),
+              R"({"error":"This holds until Quillbay quits. It could not be saved: Not a directory"})");
+    EXPECT_TRUE(coordinator->onlyThisComputer());
 }
 
 TEST_F(ControlCommandsTest, activate_brings_the_windows_to_the_front) {

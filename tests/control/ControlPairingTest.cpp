@@ -4,6 +4,7 @@
 #include <string>
 
 #include "control/ControlFixture.h"
+#include "fakes/FullDisk.h"
 
 namespace quillbay {
 namespace {
@@ -48,6 +49,16 @@ TEST_F(ControlPairingTest, pairs_with_an_address) {
     EXPECT_EQ(ask(R"({"command":"pair","host":"iPhone.local","name":"mine","address":" 100.64.0.9 "})"),
               R"({"id":"iPhone.local#manual"})");
     EXPECT_THAT(stored(), ElementsAre(paired("manual", "100.64.0.9", "100.64.0.9")));
+}
+
+TEST_F(ControlPairingTest, a_pairing_that_the_disk_does_not_take_is_refused) {
+    serveWithPhone();
+    {
+        const fakes::FullDisk full;
+        EXPECT_EQ(ask(R"({"command":"pair","host":"iPhone.local","name":"mine","address":"100.64.0.9"})"),
+                  R"({"error":"The change could not be saved. Is there room on the disk?"})");
+    }
+    EXPECT_THAT(stored(), IsEmpty());
 }
 
 TEST_F(ControlPairingTest, pairs_with_an_address_in_a_providers_network) {

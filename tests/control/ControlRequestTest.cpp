@@ -31,6 +31,9 @@ TEST(ControlRequest, reads_every_command_with_its_arguments) {
               ControlRequest(Rename{"a", "b"}));
     EXPECT_EQ(parseControlRequest(R"({"command":"log"})"), ControlRequest(Log{false}));
     EXPECT_EQ(parseControlRequest(R"({"command":"log","follow":true})"), ControlRequest(Log{true}));
+    EXPECT_EQ(parseControlRequest(R"({"command":"settings"})"), ControlRequest(control::Settings{}));
+    EXPECT_EQ(parseControlRequest(R"({"command":"settings","onlyThisComputer":false})"),
+              ControlRequest(control::Settings{false}));
     EXPECT_EQ(parseControlRequest(R"({"command":"report","to":"/tmp/a.zip"})"),
               ControlRequest(Report{"/tmp/a.zip"}));
     EXPECT_EQ(parseControlRequest(R"({"command":"activate"})"), ControlRequest(Activate{std::nullopt}));
@@ -101,6 +104,10 @@ TEST(ControlRequest, refuses_arguments_of_another_type) {
               "The \"profile\" of \"start\" must be text.");
     EXPECT_EQ(refusalOf(R"({"command":"log","follow":"yes"})"),
               "The \"follow\" of \"log\" must be true or false.");
+    EXPECT_EQ(refusalOf(R"({"command":"settings","onlyThisComputer":1})"),
+              "The \"onlyThisComputer\" of \"settings\" must be true or false.");
+    EXPECT_EQ(refusalOf(R"({"command":"settings","everybody":true})"),
+              "\"settings\" takes no \"everybody\".");
 }
 
 TEST(ControlRequest, refuses_arguments_that_the_command_does_not_have) {

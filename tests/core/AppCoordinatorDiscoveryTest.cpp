@@ -20,6 +20,15 @@ class AppCoordinatorDiscovery : public CoordinatorTest {
         return instance + "._remotepairing._tcp SRV 0 0 49152 " + host + ". ; Replace with unicast FQDN\n" +
                instance + "._remotepairing._tcp TXT \"ver=24\" \"identifier=AB-12\"\n";
     }
+    /// The capture runs, and so does the bridge of this phone, which is seen as this computer's own.
+    void bridgeAndDiscover(const DeviceProfile& mine) {
+        make();
+        coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
+        coordinator->startDiscovery();
+        coordinator->start(mine);
+        ASSERT_TRUE(
+            world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    }
 };
 
 TEST_F(AppCoordinatorDiscovery, starts_the_capture_of_phones_and_says_so) {
@@ -118,12 +127,8 @@ TEST_F(AppCoordinatorDiscovery, keeps_only_what_was_seen_after_the_cutoff) {
 
 TEST_F(AppCoordinatorDiscovery, never_asks_for_the_host_that_this_computer_announces_and_does_not_offer_it) {
     const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
-    DeviceProfile mine = profile("iPhone", phone.port());
-    make();
-    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
-    coordinator->startDiscovery();
-    coordinator->start(mine);
-    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    const DeviceProfile mine = profile("iPhone", phone.port());
+    bridgeAndDiscover(mine);
 
     coordinator->upsertCapturedService(service("IPHONE.local"));
     coordinator->upsertCapturedService(service("other.local"));
@@ -145,12 +150,8 @@ TEST_F(AppCoordinatorDiscovery, never_asks_for_the_host_that_this_computer_annou
 
 TEST_F(AppCoordinatorDiscovery, a_phone_that_came_home_while_it_was_bridged_is_found_once_the_bridge_ends) {
     const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
-    DeviceProfile mine = profile("iPhone", phone.port());
-    make();
-    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
-    coordinator->startDiscovery();
-    coordinator->start(mine);
-    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    const DeviceProfile mine = profile("iPhone", phone.port());
+    bridgeAndDiscover(mine);
     world.advance(5s);
     world.tools.appendZoneText(records("Mine", "iPhone-2.local") + records("Theirs", "third.local"));
     ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "third.local") == 1; }));
@@ -169,12 +170,8 @@ TEST_F(AppCoordinatorDiscovery, a_phone_that_came_home_while_it_was_bridged_is_f
 
 TEST_F(AppCoordinatorDiscovery, the_own_record_that_is_seen_on_its_way_out_does_not_stand_in_for_the_phone) {
     const fakes::FakePhone phone(world.phoneIP, fakes::FakePhone::Manner::answers);
-    DeviceProfile mine = profile("iPhone", phone.port());
-    make();
-    coordinator->saveProfile(mine, AppCoordinator::SaveAnnouncement::silent);
-    coordinator->startDiscovery();
-    coordinator->start(mine);
-    ASSERT_TRUE(world.until([&] { return coordinator->status(mine.id()).kind == BridgeStatus::Kind::on; }));
+    const DeviceProfile mine = profile("iPhone", phone.port());
+    bridgeAndDiscover(mine);
     const std::string own = records("Mine", "iPhone.local");
     const std::string renamed = records("Theirs", "iPhone-2.local");
     world.tools.appendZoneText(own + renamed + records("Third", "third.local"));
@@ -195,6 +192,29 @@ TEST_F(AppCoordinatorDiscovery, the_own_record_that_is_seen_on_its_way_out_does_
     ASSERT_TRUE(world.until([&] { return world.tools.zoneDumps().size() == 3; })) << "nobody looks again";
     ASSERT_TRUE(world.until([&] { return std::ranges::count(hosts(), "iPhone.local") == 1; }));
     EXPECT_EQ(coordinator->capturedServices().at(1).name, "Theirs");
+}
+
+TEST_F(AppCoordinatorDiscovery, says_within_5_seconds_that_no_phone_can_be_found_and_that_one_can_be_again) {
+    make();
+    const HostTools::Tool tool = world.host.tools.dnsSD;
+    world.host.tools.dnsSD.executable = "/nowhere/dns-sd";
+    EXPECT_FALSE(coordinator->discoveryFails());
+    coordinator->startDiscovery();
+    world.advance(4999ms);
+    changes.clear();
+    EXPECT_FALSE(coordinator->discoveryFails());
+    world.advance(1ms);
+    EXPECT_TRUE(coordinator->discoveryFails());
+    EXPECT_EQ(changes[Published::capturedServices], 1);
+
+    // The next launch is due after 1 + 2 + 4 seconds.
+    world.host.tools.dnsSD = tool;
+    world.advance(2s);
+    ASSERT_TRUE(world.until([&] { return world.tools.runningZoneDumps() == 1; }));
+    EXPECT_TRUE(coordinator->discoveryFails());
+    world.advance(3s);
+    EXPECT_FALSE(coordinator->discoveryFails());
+    EXPECT_EQ(changes[Published::capturedServices], 2);
 }
 
 TEST_F(AppCoordinatorDiscovery, holds_at_most_ten_thousand_phones) {

@@ -209,6 +209,15 @@ TEST_F(DiagnosticsArchiveTest, a_report_to_a_file_replaces_it_in_one_step_and_le
     EXPECT_TRUE(fs::is_empty(temporary));
 }
 
+TEST_F(DiagnosticsArchiveTest, what_a_killed_program_left_of_a_report_to_a_file_goes) {
+    makeDirectories(temporary / "quillbay-report-Ab3dE6/log");
+    std::ofstream(temporary / "quillbay-report-Ab3dE6/log/diagnostics.log") << "private";
+    makeDirectories(folder);  // of a report to the support team, whose mail may not have been sent yet
+    DiagnosticsArchive::removeLeftOver(temporary);
+    EXPECT_FALSE(fs::exists(temporary / "quillbay-report-Ab3dE6"));
+    EXPECT_TRUE(fs::exists(folder));
+}
+
 TEST_F(DiagnosticsArchiveTest, a_report_that_fails_leaves_the_older_file_and_nothing_else) {
     std::ofstream(target) << "older";
     EXPECT_EQ(failureAnywhere(with(shell("echo part > \"$3\"; exit 3")), target), "zip exited with status 3");

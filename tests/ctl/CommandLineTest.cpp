@@ -39,6 +39,11 @@ TEST(CtlCommandLine, makes_a_request_of_every_command) {
     EXPECT_EQ(requestOf({"rename", "a", "b"}), R"({"command":"rename","profile":"a","name":"b"})");
     EXPECT_EQ(requestOf({"log"}), R"({"command":"log","follow":false})");
     EXPECT_EQ(requestOf({"log", "--follow"}), R"({"command":"log","follow":true})");
+    EXPECT_EQ(requestOf({"settings"}), R"({"command":"settings"})");
+    EXPECT_EQ(requestOf({"settings", "only-this-computer", "on"}),
+              R"({"command":"settings","onlyThisComputer":true})");
+    EXPECT_EQ(requestOf({"settings", "only-this-computer", "off"}),
+              R"({"command":"settings","onlyThisComputer":false})");
     EXPECT_EQ(requestOf({"report", "--to", "/tmp/a.zip"}), R"({"command":"report","to":"/tmp/a.zip"})");
 }
 
@@ -118,6 +123,17 @@ TEST(CtlCommandLine, says_what_is_wrong) {
     EXPECT_EQ(faultOf({"status", "--follow"}), "status takes no --follow");
     EXPECT_EQ(faultOf({"log", "--follow=yes"}), "--follow takes no value");
     EXPECT_EQ(faultOf({"log", "--follow", "--follow"}), "--follow is given twice");
+}
+
+TEST(CtlCommandLine, says_what_is_wrong_with_a_setting) {
+    EXPECT_EQ(faultOf({"settings", "only-this-computer"}), "settings needs on or off");
+    EXPECT_EQ(faultOf({"settings", "only-this-computer", "yes"}),
+              "only-this-computer is on or off, not \"yes\"");
+    EXPECT_EQ(faultOf({"settings", "everybody", "on"}), "there is no setting \"everybody\"");
+    EXPECT_EQ(faultOf({"settings", "everybody"}), "settings needs on or off");
+    EXPECT_EQ(faultOf({"settings", "only-this-computer", "on", "off"}),
+              "\"off\" is one argument too many for settings");
+    EXPECT_EQ(faultOf({"settings", "--follow"}), "settings takes no --follow");
 }
 
 TEST(CtlCommandLine, says_what_is_wrong_with_a_pairing) {

@@ -75,6 +75,21 @@ TEST(CtlDocumentText, providers_and_peers_are_tables) {
     EXPECT_EQ(show("peers", R"({"provider":"netbird","peers":[]})").text, "netbird lists no peers.\n");
 }
 
+TEST(CtlDocumentText, settings_are_a_table_and_what_was_refused) {
+    EXPECT_EQ(
+        show("settings", R"({"onlyThisComputer":false,"refusedConnections":0,"refusedDatagrams":0})").text,
+        "SETTING                                VALUE\n"
+        "Only this computer may use the bridge  off\n"
+        "\n"
+        "Refused to others: 0 connections, 0 datagrams\n");
+    EXPECT_EQ(
+        show("settings", R"({"onlyThisComputer":true,"refusedConnections":1,"refusedDatagrams":12345})").text,
+        "SETTING                                VALUE\n"
+        "Only this computer may use the bridge  on\n"
+        "\n"
+        "Refused to others: 1 connection, 12,345 datagrams\n");
+}
+
 TEST(CtlDocumentText, a_scan_shows_how_far_it_is_and_what_it_gave) {
     EXPECT_EQ(show("scan", R"({"probed":4711,"of":16384})"),
               (ShownDocument{Kind::progress, "4,711 of 16,384 ports probed"}));

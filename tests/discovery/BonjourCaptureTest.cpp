@@ -339,6 +339,32 @@ TEST_F(BonjourCaptureTest, a_child_that_ends_again_and_again_is_started_ever_mor
                                    "/fake-dns-sd ended by itself with status 3; it is started again."));
 }
 
+TEST_F(BonjourCaptureTest,
+       is_failing_from_the_second_child_that_ends_at_once_until_one_has_run_for_3_seconds) {
+    const HostTools::Tool tool = world->host.tools.dnsSD;
+    EXPECT_FALSE(capture->isFailing());
+    toolBecomes("die");
+    start();
+    ASSERT_TRUE(untilItPauses());
+    EXPECT_FALSE(capture->isFailing()) << "one may be an accident";
+    world->advance(1s);
+    ASSERT_TRUE(untilItPauses());
+    EXPECT_TRUE(capture->isFailing());
+    world->host.tools.dnsSD = tool;
+    world->advance(2s);
+    ASSERT_TRUE(untilRunning(1));
+    EXPECT_TRUE(capture->isFailing()) << "it may end at once too";
+    world->advance(2999ms);
+    EXPECT_TRUE(capture->isFailing());
+    world->advance(1ms);
+    EXPECT_FALSE(capture->isFailing());
+    world->tools.killZoneDumps();
+    ASSERT_TRUE(untilItPauses());
+    EXPECT_FALSE(capture->isFailing()) << "the first one again";
+    capture->stop();
+    EXPECT_FALSE(capture->isFailing());
+}
+
 TEST_F(BonjourCaptureTest, a_child_that_ran_for_a_minute_is_told_and_replaced_after_a_second_again) {
     start();
     for (int i = 0; i < 3; ++i) {

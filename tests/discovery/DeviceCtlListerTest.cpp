@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <string>
 #include <system_error>
 #include <thread>
 
@@ -77,6 +79,15 @@ TEST_F(DeviceCtlListerTest, lists_what_the_tool_wrote_in_its_order) {
     ASSERT_EQ(devices.size(), 2U);
     EXPECT_EQ(devices[0].identifier, "B");
     EXPECT_EQ(devices[1].identifier, "A");
+}
+
+TEST_F(DeviceCtlListerTest, what_the_tool_writes_can_be_read_by_this_user_alone) {
+    const mode_t own = ::umask(022);
+    EXPECT_EQ(listerOf(R"({"identifier": "A"})").listDevices().size(), 1U);
+    ::umask(own);
+    std::string mode;
+    std::getline(std::ifstream(document_ + ".mode"), mode);
+    EXPECT_EQ(mode, "-rw-------");
 }
 
 TEST_F(DeviceCtlListerTest, a_status_other_than_zero_is_a_failed_process) {

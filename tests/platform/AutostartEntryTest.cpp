@@ -58,6 +58,13 @@ TEST_F(AutostartEntryTest, is_a_desktop_entry_in_the_autostart_folder) {
               "X-GNOME-Autostart-enabled=true\n");
 }
 
+TEST_F(AutostartEntryTest, is_for_the_user_alone) {
+    const mode_t own = ::umask(0);
+    entry.enable();
+    ::umask(own);
+    EXPECT_EQ(fs::status(entry.file()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
 TEST_F(AutostartEntryTest, switching_on_or_off_twice_is_no_error) {
     entry.enable();
     entry.enable();

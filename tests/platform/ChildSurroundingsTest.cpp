@@ -8,6 +8,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include "fakes/ProcessResources.h"
 #include "fakes/Tools.h"
@@ -103,6 +104,22 @@ TEST_F(ChildSurroundings, a_child_starts_with_default_signal_handling) {
               "SigIgn:\t0000000000000000\n");
     EXPECT_EQ(sigismember(&after, SIGUSR1), 1) << "the launch must leave the caller's mask alone";
     EXPECT_EQ(sigismember(&after, SIGUSR2), 0);
+}
+
+TEST_F(ChildSurroundings, a_child_has_this_programs_environment_with_the_changes_of_its_command) {
+    ASSERT_EQ(::setenv("QUILLBAY_TEST_KEPT", "kept", 1), 0);
+    ASSERT_EQ(::setenv("QUILLBAY_TEST_CHANGED", "before", 1), 0);
+    ASSERT_EQ(::setenv("QUILLBAY_TEST_REMOVED", "before", 1), 0);
+    ChildCommand command = piped("/bin/sh", {"-c", "env | grep ^QUILLBAY_TEST_ | sort"});
+    command.environment = {{"QUILLBAY_TEST_CHANGED", "after"},
+                           {"QUILLBAY_TEST_REMOVED", std::nullopt},
+                           {"QUILLBAY_TEST_ADDED", "added"}};
+    const auto result = runToEnd(command, 4096, StopToken());
+    ASSERT_TRUE(result.has_value());
+    EXPECT_EQ(result->standardOutput,
+              "QUILLBAY_TEST_ADDED=added\nQUILLBAY_TEST_CHANGED=after\nQUILLBAY_TEST_KEPT=kept\n");
+    for (const char* name : {"QUILLBAY_TEST_KEPT", "QUILLBAY_TEST_CHANGED", "QUILLBAY_TEST_REMOVED"})
+        ::unsetenv(name);
 }
 
 TEST_F(ChildSurroundings, arguments_arrive_unchanged) {

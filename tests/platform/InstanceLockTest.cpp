@@ -1,6 +1,7 @@
 #include "platform/InstanceLock.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -60,6 +61,16 @@ TEST(InstanceLock, a_holder_that_has_not_said_who_it_is_is_not_named) {
         std::ofstream(folder.path() / "pid", std::ios::trunc) << content;
         EXPECT_EQ(refusalIn(folder.path()), "Quillbay is running already.") << content;
     }
+}
+
+TEST(InstanceLock, an_earlier_holder_that_has_ended_is_not_named) {
+    const fakes::TemporaryFolder folder;
+    const pid_t ended = ::fork();
+    if (ended == 0) ::_exit(0);
+    ASSERT_EQ(::waitpid(ended, nullptr, 0), ended);
+    const InstanceLock lock = InstanceLock::take(folder.path());
+    std::ofstream(folder.path() / "pid", std::ios::trunc) << ended << "\n";
+    EXPECT_EQ(refusalIn(folder.path()), "Quillbay is running already.");
 }
 
 TEST(InstanceLock, a_longer_name_of_an_earlier_holder_leaves_nothing_behind) {

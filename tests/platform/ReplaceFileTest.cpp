@@ -214,6 +214,24 @@ TEST_F(ReplaceFile, removes_only_what_nobody_holds_and_only_of_the_same_target) 
                     ".f.00000000000000aa.quillbay-partial", ".f.00000000000000bb.quillbay-partial"));
 }
 
+TEST_F(ReplaceFile, what_a_killed_writer_left_can_be_removed_without_writing) {
+    write(at("f"), "old");
+    write(at(".f.0123456789abcdef.quillbay-partial"), "left over");
+    write(at(".f.fedcba9876543210.quillbay-partial"), "of a living writer");
+    write(at(".g.0123456789abcdef.quillbay-partial"), "of another target");
+    const UniqueDescriptor living(
+        ::open(at(".f.fedcba9876543210.quillbay-partial").c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(living.get(), LOCK_EX | LOCK_NB), 0);
+
+    removeLeftOverParts(at("f"));
+
+    EXPECT_EQ(readFile(at("f"), 100), "old");
+    EXPECT_THAT(namesIn(folder_), UnorderedElementsAre("f", ".f.fedcba9876543210.quillbay-partial",
+                                                       ".g.0123456789abcdef.quillbay-partial"));
+    removeLeftOverParts(at("missing/f"));
+    EXPECT_FALSE(fs::exists(at("missing")));
+}
+
 TEST_F(ReplaceFile, lets_many_writers_replace_one_file_at_the_same_time) {
     constexpr int writers = 4;
     constexpr int rounds = 100;

@@ -49,9 +49,12 @@ class SettingsStoreTest : public ::testing::Test {
         return text;
     }
 
+    [[nodiscard]] FileLocations locations() const {
+        return {folder_.path() / "data", folder_.path() / "config", folder_.path(), folder_.path()};
+    }
+
     fakes::TemporaryFolder folder_;
-    SettingsStore store{
-        FileLocations{folder_.path() / "data", folder_.path() / "config", folder_.path(), folder_.path()}};
+    SettingsStore store{locations()};
 };
 
 TEST_F(SettingsStoreTest, knows_nothing_at_first_and_makes_no_file) {
@@ -71,6 +74,30 @@ TEST_F(SettingsStoreTest, gives_back_what_was_set) {
     store.remove("empty");
     EXPECT_EQ(store.string("empty"), std::nullopt);
     EXPECT_EQ(content(), "{\n  \"meshvpn.binaryPath.tailscale\": \"/opt/\u00FC \\\"x\\\"\\\\\\n\"\n}\n");
+}
+
+TEST_F(SettingsStoreTest, keeps_truth_values_apart_from_texts) {
+    EXPECT_EQ(store.boolean("flag"), std::nullopt);
+    EXPECT_FALSE(store.has("flag"));
+    store.setBoolean("flag", true);
+    store.setString("text", "true");
+    EXPECT_EQ(store.boolean("flag"), true);
+    EXPECT_EQ(store.string("flag"), std::nullopt);
+    EXPECT_EQ(store.boolean("text"), std::nullopt);
+    EXPECT_TRUE(store.has("text"));
+    store.setBoolean("flag", false);
+    EXPECT_EQ(store.boolean("flag"), false);
+    EXPECT_TRUE(store.has("flag"));
+    EXPECT_EQ(content(), "{\n  \"flag\": false,\n  \"text\": \"true\"\n}\n");
+}
+
+TEST_F(SettingsStoreTest, removes_at_the_start_what_a_killed_writer_left) {
+    store.setString("key", "value");
+    const auto leftOver = file().parent_path() / ".settings.json.0123456789abcdef.quillbay-partial";
+    std::ofstream(leftOver) << "{";
+    const SettingsStore next(locations());
+    EXPECT_FALSE(std::filesystem::exists(leftOver));
+    EXPECT_EQ(next.string("key"), "value");
 }
 
 TEST_F(SettingsStoreTest, keeps_the_file_from_others) {

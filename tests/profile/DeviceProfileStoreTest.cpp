@@ -54,6 +54,15 @@ TEST_F(DeviceProfileStoreTest, writes_a_file_for_the_user_alone) {
     EXPECT_EQ(modeOf(store_.fileURL()), 0600U);
 }
 
+TEST_F(DeviceProfileStoreTest, removes_at_the_start_what_a_killed_writer_left) {
+    store_.save({exampleProfile()});
+    const auto leftOver = store_.fileURL().parent_path() / ".devices.json.0123456789abcdef.quillbay-partial";
+    ASSERT_GE(::close(::open(leftOver.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)), 0);
+    const DeviceProfileStore next(locationsIn(folder_.path()), "Quillbay");
+    EXPECT_EQ(filesBeside(store_.fileURL()), 1);
+    EXPECT_EQ(next.load(), std::vector{exampleProfile()});
+}
+
 TEST_F(DeviceProfileStoreTest, loads_nothing_without_a_file_and_creates_none) {
     EXPECT_TRUE(store_.load().empty());
     EXPECT_FALSE(std::filesystem::exists(store_.fileURL()));

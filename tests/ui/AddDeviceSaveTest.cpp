@@ -264,6 +264,65 @@ TEST_F(AddDeviceSave, a_device_that_was_removed_meanwhile_is_there_again) {
     EXPECT_EQ(only(), lena);
 }
 
+TEST_F(AddDeviceSave, a_device_that_saving_would_replace_is_named_before_anything_is_changed) {
+    DeviceProfile work = profile("lena", 49733);
+    work.displayName = "Work phone";
+    work.providerID = "manual";
+    save(work);
+    edit(save("lena"));
+    EXPECT_EQ(model->replacementWarning(), "") << "the device itself";
+    model->selectProvider("manual");
+    EXPECT_EQ(model->replacementWarning(), "") << "without an address the connector stays as it was";
+    QSignalSpy changed(model.get(), &AddDeviceModel::changed);
+    model->setManualIP("100.64.0.9");
+    EXPECT_EQ(model->replacementWarning(),
+              "Saving replaces \"Work phone\", which stands for the same iPhone and network connector.");
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_TRUE(model->canSave());
+    EXPECT_THAT(coordinator->profiles(), SizeIs(2));
+    model->cancel();
+    EXPECT_THAT(coordinator->profiles(), SizeIs(2));
+    EXPECT_EQ(stored("lena.local#manual").displayName, "Work phone");
+}
+
+TEST_F(AddDeviceSave, an_edited_device_takes_the_place_of_the_one_whose_phone_and_connector_it_gets) {
+    DeviceProfile work = profile("lena", 49733);
+    work.displayName = "Work phone";
+    work.providerID = "manual";
+    save(work);
+    save("zoe");
+    edit(save("lena"));
+    model->selectProvider("manual");
+    model->setManualIP("100.64.0.9");
+    model->save();
+    ASSERT_THAT(coordinator->profiles(), SizeIs(2));
+    EXPECT_EQ(coordinator->profiles().at(0).id(), "lena.local#manual") << "in its place in the list";
+    EXPECT_EQ(coordinator->profiles().at(0).displayName, "lena");
+    EXPECT_EQ(coordinator->profiles().at(0).providerIP, "100.64.0.9");
+    EXPECT_EQ(coordinator->profiles().at(1).id(), "zoe.local#tailscale");
+}
+
+TEST_F(AddDeviceSave, a_new_device_that_is_saved_already_is_named_and_follows_its_name) {
+    DeviceProfile lena = profile("lena", 49733);
+    lena.providerID = "manual";
+    save(lena);
+    fill();
+    EXPECT_EQ(model->replacementWarning(), "");
+    model->selectProvider("manual");
+    model->setManualIP("100.64.0.9");
+    EXPECT_EQ(model->replacementWarning(),
+              "Saving replaces \"lena\", which stands for the same iPhone and network connector.");
+    lena.displayName = "";
+    QSignalSpy changed(model.get(), &AddDeviceModel::changed);
+    save(lena);
+    EXPECT_GE(changed.size(), 1);
+    EXPECT_EQ(model->replacementWarning(),
+              "Saving replaces another saved device, which stands for the same iPhone and network "
+              "connector.");
+    coordinator->deleteProfile(lena);
+    EXPECT_EQ(model->replacementWarning(), "");
+}
+
 TEST_F(AddDeviceSave, tells_of_the_device_after_it_is_closed_and_stored) {
     bool inOrder = false;
     QObject::connect(model.get(), &AddDeviceModel::saved, model.get(),

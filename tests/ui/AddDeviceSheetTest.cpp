@@ -210,6 +210,51 @@ TEST_F(AddDeviceSheetTest, editing_begins_with_what_the_device_has) {
     EXPECT_FALSE(canPress(QStringLiteral("Save")));
 }
 
+TEST_F(AddDeviceSheetTest, warns_above_the_buttons_of_the_device_that_saving_replaces) {
+    DeviceProfile stored = profile("Lenas-iPhone", 49733);
+    stored.displayName = "Work phone";
+    stored.providerID = "manual";
+    save(stored);
+    seeTwoPhones();
+    open();
+    click(row(QStringLiteral("Lena's iPhone 16 Pro")));
+    click(tile(QStringLiteral("Manual IP")));
+    click(field(QStringLiteral("Manual IP IP address")));
+    const QString warning = QStringLiteral(
+        "Saving replaces \"Work phone\", which stands for the same iPhone and network connector.");
+    EXPECT_EQ(text(warning), nullptr);
+    type(QStringLiteral("100.64.0.9"));
+    const QQuickItem* shown = text(warning);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_LT(shown->mapToScene({}).y(), saveButton()->mapToScene({}).y());
+    EXPECT_EQ(layoutFaults(sheetItem()), QStringList());
+    grab(QStringLiteral("add-replaces-light"));
+    click(row(QStringLiteral("QA iPhone 13 mini")));
+    EXPECT_EQ(text(warning), nullptr);
+}
+
+TEST_F(AddDeviceSheetTest, says_below_the_scanning_line_why_no_phone_can_be_found) {
+    const HostTools::Tool tool = world.host.tools.dnsSD;
+    world.host.tools.dnsSD.executable = "/nowhere/dns-sd";
+    open();
+    const QString reason = QStringLiteral(
+        "No iPhone can be found right now: this computer's service for finding devices on the network isn't "
+        "running. Quillbay keeps trying.");
+    EXPECT_EQ(text(reason), nullptr);
+    world.advance(std::chrono::seconds(5));
+    settleWindow();
+    EXPECT_NE(text(QString::fromUtf8(scanning)), nullptr);
+    EXPECT_NE(text(reason), nullptr);
+    EXPECT_EQ(layoutFaults(sheetItem()), QStringList());
+    grab(QStringLiteral("add-trouble-light"));
+    world.host.tools.dnsSD = tool;
+    world.advance(std::chrono::seconds(2));
+    ASSERT_TRUE(until([this] { return world.tools.runningZoneDumps() == 1; }));
+    world.advance(std::chrono::seconds(3));
+    settleWindow();
+    EXPECT_EQ(text(reason), nullptr);
+}
+
 TEST_F(AddDeviceSheetTest, a_clients_error_stands_below_the_tiles_until_it_answers_again) {
     install("tailscale", "echo 'the daemon is not running' >&2; exit 1");
     open();

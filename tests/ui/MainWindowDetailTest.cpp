@@ -283,6 +283,17 @@ TEST_F(MainWindowDetail, an_update_is_offered_at_the_top_and_opens_its_page) {
     EXPECT_NE(control("Quillbay 1.5.0 is available"), nullptr) << "a click does not mark it as seen";
 }
 
+TEST_F(MainWindowDetail, a_double_click_on_the_banner_opens_the_page_once) {
+    offerUpdate("1.5.0");
+    show("MainWindow");
+    findUpdate();
+    settleWindow();
+    doubleClick(ofType("UpdateAvailableBanner"));
+    EXPECT_EQ(desktop.opened.size(), 1U);
+    click(ofType("UpdateAvailableBanner"));
+    EXPECT_EQ(desktop.opened.size(), 2U);
+}
+
 TEST_F(MainWindowDetail, the_banner_leaves_when_there_is_no_update_any_more) {
     offerUpdate("1.5.0");
     show("MainWindow");
@@ -307,6 +318,62 @@ TEST_F(MainWindowDetail, notices_stay_until_they_are_closed_or_no_longer_true) {
     notices->remove("quillbayctl can't reach Quillbay.");
     settleWindow();
     EXPECT_EQ(ofType("NoticeBanner"), nullptr);
+}
+
+TEST_F(MainWindowDetail, the_keyboard_goes_on_from_a_closed_notice_to_the_next_thing) {
+    makeModels();
+    spare = save("spare");
+    show("MainWindow");
+    select(spare);
+    for (const char* sentence : {"One.", "Two.", "Three."})
+        notices->add(sentence);
+    settleWindow();
+    control("Close: Two.")->forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    EXPECT_EQ(focused(), "Close: Three.");
+    press(Qt::Key_Return);
+    EXPECT_EQ(focused(), "Close: One.");
+    press(Qt::Key_Space);
+    EXPECT_EQ(ofType("NoticeBanner"), nullptr);
+    EXPECT_EQ(focused(), "Start Bridge");
+    EXPECT_TRUE(control("Start Bridge")->property("visualFocus").toBool());
+}
+
+TEST_F(MainWindowDetail, a_notice_that_is_closed_by_the_mouse_leaves_the_keyboard_where_it_is_shown) {
+    makeModels();
+    spare = save("spare");
+    show("MainWindow");
+    select(spare);
+    notices->add("One.");
+    settleWindow();
+    click(control("Close: One."));
+    EXPECT_EQ(focused(), "Start Bridge");
+    EXPECT_FALSE(control("Start Bridge")->property("visualFocus").toBool());
+}
+
+TEST_F(MainWindowDetail, a_sheet_is_made_when_it_is_wanted_for_the_first_time) {
+    const auto made = [this] {
+        QStringList types;
+        for (const QQuickItem* item : window->findChildren<QQuickItem*>()) {
+            const QString type = QString::fromLatin1(item->metaObject()->className()).section('_', 0, 0);
+            if (type == "AddDeviceSheet" || type == "RenameSheet" || type == "RemovalDialog") types += type;
+        }
+        return types;
+    };
+    makeModels();
+    spare = save("spare");
+    show("MainWindow");
+    EXPECT_THAT(made(), ElementsAre());
+    mainWindow->beginRename(idOf(spare));
+    settleWindow();
+    EXPECT_THAT(made(), ElementsAre("RenameSheet"));
+    EXPECT_EQ(focused(), "Device name");
+    press(Qt::Key_Escape);
+    EXPECT_EQ(control("Device name"), nullptr);
+    mainWindow->beginAdd();
+    settleWindow();
+    EXPECT_EQ(made().size(), 2);
+    EXPECT_NE(control("Add Device"), nullptr);
 }
 
 TEST_F(MainWindowDetail, the_footer_names_the_program_and_its_version) {

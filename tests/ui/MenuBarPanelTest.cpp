@@ -117,6 +117,15 @@ TEST_F(MenuBarPanelTest, offers_a_newer_version_while_there_is_one) {
     EXPECT_EQ(closed.count(), 1);
 }
 
+TEST_F(MenuBarPanelTest, a_double_click_on_the_banner_opens_the_page_once) {
+    offerUpdate("1.5.0");
+    open();
+    findUpdate();
+    settleWindow();
+    doubleClick(ofType(QStringLiteral("UpdateBanner")));
+    EXPECT_THAT(desktop.opened, ElementsAre("https://quillbay.example/get"));
+}
+
 TEST_F(MenuBarPanelTest, shows_the_newest_three_lines_of_the_log) {
     makeModels();
     for (const char* line : {"first", "second", "third", "fourth"})

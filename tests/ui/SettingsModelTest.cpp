@@ -126,15 +126,46 @@ TEST_F(SettingsModelTest, says_when_a_path_cannot_be_kept_and_uses_it_all_the_sa
     EXPECT_NO_THROW(provider("netbird").setPath("/opt/netbird"));
     EXPECT_EQ(provider("netbird").path(), "/opt/netbird");
     EXPECT_EQ(coordinator->providersByID().at("netbird")->binaryPath(), "/opt/netbird");
-    EXPECT_EQ(provider("netbird").result(), Result::Failed);
-    EXPECT_THAT(provider("netbird").resultText().toStdString(),
+    EXPECT_THAT(provider("netbird").pathNotice().toStdString(),
                 StartsWith("This path is used until Quillbay quits. It could not be saved: the settings in " +
                            settingsFile().string() + " cannot be read and are left as they are"));
     EXPECT_EQ(settings(), "{broken");
 
     fs::remove(settingsFile());
     provider("netbird").setPath("/opt/netbird2");
-    EXPECT_EQ(provider("netbird").result(), Result::None);
+    EXPECT_EQ(provider("netbird").pathNotice(), "");
+}
+
+TEST_F(SettingsModelTest, a_path_that_could_not_be_kept_stands_there_for_as_long_as_it_is_used) {
+    store->setString("meshvpn.binaryPath.tailscale", "/opt/kept");
+    model->loadPersistedConfig();
+    fs::remove_all(settingsFile().parent_path().parent_path());
+    std::ofstream(settingsFile().parent_path().parent_path()) << "a file";
+    const QString used = listing(2);
+    provider("tailscale").setPath(used);
+    const QString notice = "This path is used until Quillbay quits. It could not be saved: Not a directory";
+    EXPECT_EQ(provider("tailscale").pathNotice(), notice);
+
+    model->loadPersistedConfig();
+    EXPECT_EQ(provider("tailscale").path(), used) << "after the window was opened again";
+    EXPECT_EQ(provider("tailscale").pathNotice(), notice);
+    EXPECT_EQ(coordinator->providersByID().at("tailscale")->binaryPath(), used.toStdString());
+
+    test("tailscale");
+    EXPECT_EQ(provider("tailscale").resultText(), "2 devices found");
+    EXPECT_EQ(provider("tailscale").pathNotice(), notice) << "after a test";
+}
+
+TEST_F(SettingsModelTest, an_edit_that_cannot_be_kept_while_a_test_runs_is_told_after_it_too) {
+    provider("tailscale").setPath(client("hangs", "sleep 60"));
+    provider("tailscale").testDeviceList();
+    fs::remove_all(settingsFile().parent_path().parent_path());
+    std::ofstream(settingsFile().parent_path().parent_path()) << "a file";
+    provider("tailscale").setPath(listing(1));
+    ASSERT_TRUE(until([&] { return !provider("tailscale").testing(); }));
+    EXPECT_EQ(provider("tailscale").resultText(), "1 device found");
+    EXPECT_EQ(provider("tailscale").pathNotice(),
+              "This path is used until Quillbay quits. It could not be saved: Not a directory");
 }
 
 TEST_F(SettingsModelTest, says_in_plain_words_why_the_disk_refused_a_path) {
@@ -142,7 +173,7 @@ TEST_F(SettingsModelTest, says_in_plain_words_why_the_disk_refused_a_path) {
     fs::remove_all(configuration);
     std::ofstream(configuration) << "a file";
     provider("netbird").setPath("/opt/netbird");
-    EXPECT_EQ(provider("netbird").resultText(),
+    EXPECT_EQ(provider("netbird").pathNotice(),
               "This path is used until Quillbay quits. It could not be saved: Not a directory");
 }
 
@@ -275,6 +306,39 @@ TEST_F(SettingsModelTest, the_switch_follows_the_coordinator) {
     EXPECT_TRUE(model->launchAtLogin());
     coordinator->setLaunchAtLoginEnabled(true);
     EXPECT_EQ(changed.size(), 1) << "nothing changed";
+}
+
+TEST_F(SettingsModelTest, the_bridge_is_restricted_to_this_computer_and_opened_again) {
+    QSignalSpy changed(model.get(), &SettingsModel::onlyThisComputerChanged);
+    EXPECT_FALSE(model->onlyThisComputer());
+    model->setOnlyThisComputer(true);
+    EXPECT_TRUE(model->onlyThisComputer());
+    EXPECT_TRUE(coordinator->onlyThisComputer());
+    EXPECT_GE(changed.size(), 1);
+    EXPECT_EQ(store->boolean("bridge.onlyThisComputer"), true);
+    model->setOnlyThisComputer(false);
+    EXPECT_FALSE(coordinator->onlyThisComputer());
+    EXPECT_EQ(model->onlyThisComputerError(), "");
+}
+
+TEST_F(SettingsModelTest, the_restriction_follows_a_change_at_the_terminal) {
+    QSignalSpy changed(model.get(), &SettingsModel::onlyThisComputerChanged);
+    coordinator->setOnlyThisComputer(true);
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_TRUE(model->onlyThisComputer());
+}
+
+TEST_F(SettingsModelTest, a_restriction_that_cannot_be_saved_holds_and_says_so) {
+    const fs::path configuration = settingsFile().parent_path().parent_path();
+    fs::remove_all(configuration);
+    std::ofstream(configuration) << "a file";
+    model->setOnlyThisComputer(true);
+    EXPECT_TRUE(model->onlyThisComputer());
+    EXPECT_EQ(model->onlyThisComputerError(),
+              "This holds until Quillbay quits. It could not be saved: Not a directory");
+    fs::remove(configuration);
+    model->setOnlyThisComputer(false);
+    EXPECT_EQ(model->onlyThisComputerError(), "");
 }
 
 TEST_F(SettingsModelTest, removes_a_device_once_it_is_confirmed) {

@@ -68,6 +68,29 @@ TEST_F(SettingsWindowTest, a_failed_test_shows_the_clients_error) {
     EXPECT_EQ(layoutFaults(), QStringList());
 }
 
+TEST_F(SettingsWindowTest,
+       a_path_that_cannot_be_kept_is_told_beside_what_a_test_finds_and_when_it_opens_again) {
+    open();
+    std::filesystem::remove_all(world.host.files.configuration);
+    std::ofstream(world.host.files.configuration) << "a file";
+    QQuickItem* tailscale = card(QStringLiteral("Tailscale CLI path"));
+    QQuickItem* path = ofType(QStringLiteral("InputField"), tailscale);
+    click(path);
+    type(QStringLiteral("/"));
+    const QString notice =
+        QStringLiteral("This path is used until Quillbay quits. It could not be saved: Not a directory");
+    EXPECT_NE(text(notice, tailscale), nullptr);
+    testDeviceList();
+    EXPECT_NE(text(notice, tailscale), nullptr);
+    EXPECT_THAT(allOfType(QStringLiteral("CaptionLine"), tailscale), SizeIs(2));
+    EXPECT_EQ(layoutFaults(), QStringList());
+    window->hide();
+    window->show();
+    settleWindow();
+    EXPECT_EQ(path->property("text").toString(), QStringLiteral("/"));
+    EXPECT_NE(text(notice, tailscale), nullptr);
+}
+
 TEST_F(SettingsWindowTest, a_test_shows_that_it_runs_and_can_be_left_alone) {
     const std::filesystem::path gate = world.folder.path() / "gate";
     use("tailscale",

@@ -38,6 +38,12 @@ class SettingsWindowTest : public WindowFixture {
             if (item->property("title").toString() == title) return item;
         return nullptr;
     }
+    /// The switch of this name; the text beside it is called the same.
+    [[nodiscard]] QQuickItem* toggle(const QString& name) const {
+        for (QQuickItem* item : allOfType(QStringLiteral("ToggleSwitch")))
+            if (item->property("name").toString() == name) return item;
+        return nullptr;
+    }
     [[nodiscard]] QQuickItem* testButton() const {
         return control(QStringLiteral("Test device list"), card(QStringLiteral("Tailscale CLI path")));
     }

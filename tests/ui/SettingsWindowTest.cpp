@@ -25,15 +25,16 @@ TEST_F(SettingsWindowTest, shows_its_cards_from_top_to_bottom) {
                                    QStringLiteral("Device profiles"), QStringLiteral("Support"),
                                    QStringLiteral("About")}));
     EXPECT_EQ(window->title(), QStringLiteral("Settings"));
-    EXPECT_EQ(window->size(), QSize(560, 680));
+    EXPECT_EQ(window->size(), QSize(560, 724));
     EXPECT_EQ(window->minimumSize(), QSize(480, 400));
 }
 
 TEST_F(SettingsWindowTest, says_these_words) {
     open();
     for (const char* words :
-         {"Launch at login", "The app starts in the background when your Mac turns on.", "CLI path",
-          "No automatic device list for ZeroTier — paste the device's IP directly in Add Device.",
+         {"Launch at login", "The app starts in the background when your Mac turns on.",
+          "Only this computer may use the bridge", "Other computers on your network are turned away.",
+          "CLI path", "No automatic device list for ZeroTier — paste the device's IP directly in Add Device.",
           "Test device list", "No saved devices.", "Send diagnostics to support team",
           "Attaches a detailed technical log (timestamps, bridge internals). The in-app Log panel stays "
           "short and readable.",
@@ -71,6 +72,41 @@ TEST_F(SettingsWindowTest, the_switch_goes_back_with_a_sentence_when_the_desktop
     settingsModel->loadPersistedConfig();
     settleWindow();
     EXPECT_FALSE(launch->property("checked").toBool()) << "the switch does not follow the desktop any more";
+}
+
+TEST_F(SettingsWindowTest, a_switch_restricts_the_bridge_to_this_computer) {
+    open();
+    QQuickItem* only = toggle(QStringLiteral("Only this computer may use the bridge"));
+    ASSERT_NE(only, nullptr);
+    EXPECT_FALSE(only->property("checked").toBool());
+    click(only);
+    EXPECT_TRUE(coordinator->onlyThisComputer());
+    EXPECT_TRUE(only->property("checked").toBool());
+    coordinator->setOnlyThisComputer(false);
+    settleWindow();
+    EXPECT_FALSE(only->property("checked").toBool()) << "the switch does not follow the terminal";
+}
+
+TEST_F(SettingsWindowTest, the_bridge_is_restricted_by_keyboard_alone) {
+    open();
+    toggle(QStringLiteral("Launch at login"))->forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Tab);
+    ASSERT_EQ(focused(), QStringLiteral("Only this computer may use the bridge"));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(coordinator->onlyThisComputer());
+    press(Qt::Key_Return);
+    EXPECT_FALSE(coordinator->onlyThisComputer());
+}
+
+TEST_F(SettingsWindowTest, a_restriction_that_cannot_be_saved_says_so_below_its_switch) {
+    open();
+    const std::filesystem::path configuration = world.host.files.configuration;
+    std::filesystem::remove_all(configuration);
+    std::ofstream(configuration) << "a file";
+    click(toggle(QStringLiteral("Only this computer may use the bridge")));
+    EXPECT_NE(text(QStringLiteral("This holds until Quillbay quits. It could not be saved: Not a directory")),
+              nullptr);
+    EXPECT_EQ(layoutFaults(), QStringList());
 }
 
 TEST_F(SettingsWindowTest, lists_the_devices_with_their_ports) {
@@ -143,24 +179,26 @@ TEST_F(SettingsWindowTest, offers_a_newer_version_and_opens_its_page) {
     QQuickItem* get = control(QStringLiteral("Get 1.5.0"));
     get->forceActiveFocus(Qt::TabFocusReason);
     settleWindow();
-    click(get);
-    EXPECT_THAT(desktop.opened, ::testing::ElementsAre("https://quillbay.example/get"));
+    doubleClick(get);
+    EXPECT_THAT(desktop.opened, ::testing::ElementsAre("https://quillbay.example/get"))
+        << "a double click is one";
 }
 
 TEST_F(SettingsWindowTest, tab_goes_from_top_to_bottom_and_scrolls_along) {
     save("Lena");
     open(QSize(480, 400));
     QStringList stops;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 9; ++i) {
         press(Qt::Key_Tab);
         stops.append(focused());
         const QQuickItem* item = window->activeFocusItem();
         EXPECT_EQ(visibleRect(item).height(), item->height()) << stops.last().toStdString();
     }
-    EXPECT_EQ(stops, QStringList({QStringLiteral("Launch at login"), QStringLiteral("Tailscale CLI path"),
-                                  QStringLiteral("Test device list"), QStringLiteral("ZeroTier CLI path"),
-                                  QStringLiteral("Netbird CLI path"), QStringLiteral("Test device list"),
-                                  QStringLiteral("Remove Lena"),
+    EXPECT_EQ(stops, QStringList({QStringLiteral("Launch at login"),
+                                  QStringLiteral("Only this computer may use the bridge"),
+                                  QStringLiteral("Tailscale CLI path"), QStringLiteral("Test device list"),
+                                  QStringLiteral("ZeroTier CLI path"), QStringLiteral("Netbird CLI path"),
+                                  QStringLiteral("Test device list"), QStringLiteral("Remove Lena"),
                                   QStringLiteral("Send diagnostics to support team")}));
 }
 

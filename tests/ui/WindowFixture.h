@@ -112,6 +112,7 @@ class WindowFixture : public CoordinatorTest {
     // What a person does.
 
     void click(QQuickItem* item, Qt::MouseButton button = Qt::LeftButton);
+    void doubleClick(QQuickItem* item);
     void hover(QQuickItem* item);
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void type(const QString& text);

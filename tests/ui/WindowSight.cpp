@@ -202,6 +202,14 @@ void WindowFixture::click(QQuickItem* item, Qt::MouseButton button) {
     settleWindow();
 }
 
+void WindowFixture::doubleClick(QQuickItem* item) {
+    ASSERT_NE(item, nullptr);
+    const QPoint place = sceneRect(item).center().toPoint();
+    QTest::mouseMove(window.get(), place);
+    QTest::mouseDClick(window.get(), Qt::LeftButton, Qt::NoModifier, place);
+    settleWindow();
+}
+
 void WindowFixture::hover(QQuickItem* item) {
     ASSERT_NE(item, nullptr);
     // From beside it: a pointer that has not moved since the last test hovers over nothing.

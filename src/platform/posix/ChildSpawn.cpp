@@ -138,12 +138,14 @@ void resetSignals() noexcept {
 
 /// The child's side of the fork: async-signal-safe calls only, since other threads may have held any lock.
 [[noreturn]] void becomeProgram(const Preparation& preparation) noexcept {
-    bool prepared = ::setpgid(0, 0) == 0;
+    // First of all, because it is refused for some signals, and the error that is reported must be one that
+    // counts.
     resetSignals();
+    bool prepared = ::setpgid(0, 0) == 0;
     for (int target = 0; target < firstOwnDescriptor; ++target)
         prepared =
             prepared && ::dup2(preparation.standard[static_cast<std::size_t>(target)], target) == target;
-    closeOnExecFrom(firstOwnDescriptor);
+    if (prepared) closeOnExecFrom(firstOwnDescriptor);
     prepared = prepared && ::setrlimit(RLIMIT_NOFILE, &preparation.descriptorLimit) == 0;
     if (preparation.creationMask) ::umask(*preparation.creationMask);
     if (prepared) ::execve(preparation.executable, preparation.arguments, preparation.environment);

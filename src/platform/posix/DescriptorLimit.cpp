@@ -1,5 +1,6 @@
 #include "platform/DescriptorLimit.h"
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 
@@ -9,6 +10,8 @@ namespace {
 
 std::mutex originalMutex;
 std::optional<rlimit> original;
+// Nothing before it was asked for: there is no limit of zero descriptors in a process that runs.
+std::atomic<rlim_t> known = 0;
 
 rlimit currentLimit() {
     rlimit limit{};
@@ -28,14 +31,25 @@ rlim_t raiseDescriptorLimit() {
     rlimit wanted = before;
     wanted.rlim_cur = before.rlim_max;
     if (before.rlim_cur == wanted.rlim_cur || ::setrlimit(RLIMIT_NOFILE, &wanted) == 0)
-        return currentLimit().rlim_cur;
+        return refreshDescriptorLimit();
     // The Mac refuses "unlimited" and has no constant for what it does take.
     constexpr rlim_t highest = rlim_t{1} << 20U;
     for (rlim_t soft = highest; soft > before.rlim_cur; soft /= 2) {
         wanted.rlim_cur = soft;
         if (::setrlimit(RLIMIT_NOFILE, &wanted) == 0) break;
     }
-    return currentLimit().rlim_cur;
+    return refreshDescriptorLimit();
+}
+
+rlim_t knownDescriptorLimit() {
+    const rlim_t limit = known;
+    return limit != 0 ? limit : refreshDescriptorLimit();
+}
+
+rlim_t refreshDescriptorLimit() {
+    const rlim_t limit = currentLimit().rlim_cur;
+    known = limit;
+    return limit;
 }
 
 rlimit originalDescriptorLimit() {

@@ -39,6 +39,10 @@ void writeWhole(int descriptor, std::string_view content) {
     }
 }
 
+fs::path folderOf(const fs::path& file) {
+    return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
+
 bool isDirectory(const fs::path& path) {
     struct stat status{};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -73,8 +77,7 @@ std::optional<std::string> readFile(const fs::path& path, std::size_t limitBytes
 
 void replaceFile(const fs::path& path, std::string_view content) {
     const fs::path target = behindLinks(path);
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    const UniqueDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueDescriptor directory(::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!directory.valid()) throw systemError(errno);
 
     TemporarySibling file(directory.get(), target.filename().string());
@@ -84,6 +87,17 @@ void replaceFile(const fs::path& path, std::string_view content) {
     // A refusal is no failure: the file is replaced, and only a power cut in the next seconds could still
     // bring the old one back. Some file systems cannot do this for directories.
     static_cast<void>(::fsync(directory.get()));
+}
+
+void removeLeftOverParts(const fs::path& path) {
+    try {
+        const fs::path target = behindLinks(path);
+        const UniqueDescriptor directory(
+            ::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (directory.valid()) TemporarySibling::removeLeftOvers(directory.get(), target.filename().string());
+    } catch (const std::system_error&) {
+        // A path that leads nowhere has nothing beside it.
+    }
 }
 
 void makeDirectories(const fs::path& path) {

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <string>
 
 #include "platform/PrintedError.h"
@@ -35,6 +36,8 @@ std::optional<pid_t> holderOf(const std::filesystem::path& folder) {
     pid_t pid = 0;
     const auto read = std::from_chars(text.data(), text.data() + length, pid);
     if (read.ec != std::errc{} || pid <= 0) return std::nullopt;
+    // Whoever has just taken the lock may not have said so yet: this is the word of one that has ended.
+    if (::kill(pid, 0) != 0 && errno == ESRCH) return std::nullopt;
     return pid;
 }
 

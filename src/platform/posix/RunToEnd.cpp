@@ -40,8 +40,11 @@ class Wake {
     [[nodiscard]] int descriptor() const { return ends_.reading.get(); }
 
     void signal() const {
+        ssize_t written = 0;
+        do {
+            written = ::write(ends_.writing.get(), "", 1);
+        } while (written < 0 && errno == EINTR);
         // A pipe that is full wakes as well, and nothing else can fail here.
-        [[maybe_unused]] const ssize_t written = ::write(ends_.writing.get(), "", 1);
     }
 
     /// Forgets the signals so far. There are two at most: the child's end and the stop.

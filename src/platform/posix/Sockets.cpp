@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "platform/DescriptorShares.h"
 #include "platform/PrintedError.h"
 #include "platform/posix/SystemSockets.h"
 
@@ -33,7 +34,7 @@ UniqueDescriptor listenTCP(const std::string& address, std::uint16_t port) {
     // busy overflow a queue of 128 and each wait a second for their next try. (The Mac cuts it down to 128.)
     constexpr int backlog = 1024;
     const sockaddr_in endpoint = ipv4Endpoint(address, port);
-    UniqueDescriptor listener = openSocket(AF_INET, SOCK_STREAM);
+    UniqueDescriptor listener = withinShare(openSocket(AF_INET, SOCK_STREAM), DescriptorUse::relay);
     const int on = 1;
     if (::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) throw systemError(errno);
     bindTo(listener.get(), endpoint);
@@ -43,7 +44,7 @@ UniqueDescriptor listenTCP(const std::string& address, std::uint16_t port) {
 
 UniqueDescriptor bindUDP(const std::string& address, std::uint16_t port) {
     const sockaddr_in endpoint = ipv4Endpoint(address, port);
-    UniqueDescriptor bound = openSocket(AF_INET, SOCK_DGRAM);
+    UniqueDescriptor bound = withinShare(openSocket(AF_INET, SOCK_DGRAM), DescriptorUse::relay);
     if (prepareDatagramBind(bound.get()) != 0) throw systemError(errno);
     bindTo(bound.get(), endpoint);
     return bound;

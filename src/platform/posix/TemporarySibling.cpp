@@ -53,7 +53,7 @@ void removeIfLeftOver(int directory, const char* name) {
     if (file.valid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlinkat(directory, name, 0);
 }
 
-void removeLeftOvers(int directory, std::string_view prefix) {
+void removeAllLeftOver(int directory, std::string_view prefix) {
     // A descriptor of its own, because reading a directory moves the position that duplicates share.
     const int descriptor = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) return;
@@ -83,7 +83,7 @@ bool lockWhileItIsThere(int descriptor) {
 TemporarySibling::TemporarySibling(int directory, const std::string& target)
     : directory_(directory), target_(target) {
     const std::string prefix = prefixFor(target);
-    removeLeftOvers(directory, prefix);
+    removeAllLeftOver(directory, prefix);
     constexpr int attempts = 16;  // one is enough unless others clean up in the very same moment
     for (int attempt = 0; attempt < attempts; ++attempt) {
         std::string name = prefix + randomDigits() + std::string(suffix);
@@ -96,6 +96,10 @@ TemporarySibling::TemporarySibling(int directory, const std::string& target)
         return;
     }
     throw systemError(EAGAIN);
+}
+
+void TemporarySibling::removeLeftOvers(int directory, const std::string& target) {
+    removeAllLeftOver(directory, prefixFor(target));
 }
 
 TemporarySibling::~TemporarySibling() {

@@ -17,6 +17,9 @@ class TemporarySibling {
     /// for the user alone. `directory` must outlive the object. Throws std::system_error.
     TemporarySibling(int directory, const std::string& target);
 
+    /// Removes what writers of `target` that were killed have left over in the directory. Best effort.
+    static void removeLeftOvers(int directory, const std::string& target);
+
     /// Removes the file unless it took the target's place.
     ~TemporarySibling();
     TemporarySibling(const TemporarySibling&) = delete;

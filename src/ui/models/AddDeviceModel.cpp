@@ -78,6 +78,8 @@ void AddDeviceModel::handleChange(AppCoordinator::Published part) {
         updatePeers();
         Q_EMIT providersChanged();
         Q_EMIT changed();
+    } else if (part == Published::profiles) {
+        Q_EMIT changed();
     }
 }
 
@@ -89,6 +91,13 @@ QString AddDeviceModel::subtitle() const {
     return editingProfile_
                ? QStringLiteral("Update this device's name or re-pair it with a different network peer.")
                : QStringLiteral("Find an iPhone on your local network and pair it with its network peer.");
+}
+
+QString AddDeviceModel::discoveryTrouble() const {
+    if (!coordinator_.discoveryFails()) return {};
+    return QStringLiteral(
+        "No iPhone can be found right now: this computer's service for finding devices on the network isn't "
+        "running. Quillbay keeps trying.");
 }
 
 QString AddDeviceModel::selectedRow() const {

@@ -32,6 +32,8 @@ class AddDeviceModel : public QObject {
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY openChanged)
 
     Q_PROPERTY(quillbay::DiscoveryRowsModel* discoveryRows READ discoveryRows CONSTANT)
+    /// Why no phone can be found at present; empty when there is no reason to be seen.
+    Q_PROPERTY(QString discoveryTrouble READ discoveryTrouble NOTIFY changed)
     /// The identifier of the chosen row; empty for none.
     Q_PROPERTY(QString selectedRow READ selectedRow WRITE setSelectedRow NOTIFY changed)
 
@@ -57,6 +59,8 @@ class AddDeviceModel : public QObject {
     Q_PROPERTY(QString selectedPeer READ selectedPeer WRITE setSelectedPeer NOTIFY changed)
 
     Q_PROPERTY(QString displayName READ displayName WRITE setDisplayName NOTIFY changed)
+    /// Which other saved device goes when this one is saved as it is now; empty when none does.
+    Q_PROPERTY(QString replacementWarning READ replacementWarning NOTIFY changed)
     Q_PROPERTY(bool canSave READ canSave NOTIFY changed)
 
  public:
@@ -72,6 +76,7 @@ class AddDeviceModel : public QObject {
     [[nodiscard]] QString title() const;
     [[nodiscard]] QString subtitle() const;
     [[nodiscard]] DiscoveryRowsModel* discoveryRows() { return &discoveryRows_; }
+    [[nodiscard]] QString discoveryTrouble() const;
     [[nodiscard]] QString selectedRow() const;
     [[nodiscard]] ProviderTilesModel* tiles() { return &tiles_; }
     [[nodiscard]] QString selectedProvider() const { return selectedProvider_; }
@@ -85,6 +90,7 @@ class AddDeviceModel : public QObject {
     [[nodiscard]] PeersModel* peers() { return &peers_; }
     [[nodiscard]] QString selectedPeer() const;
     [[nodiscard]] QString displayName() const { return displayName_; }
+    [[nodiscard]] QString replacementWarning() const;
     [[nodiscard]] bool canSave() const;
 
     void setSelectedRow(const QString& rowID);
@@ -119,10 +125,10 @@ class AddDeviceModel : public QObject {
 
     [[nodiscard]] const CapturedBonjourService* selectedService() const;
     [[nodiscard]] bool applySelectedProvider(DeviceProfile& profile) const;
-    /// The profile to store in place of the edited one.
+    /// What saving stores, from what was entered so far; nothing when that makes no device.
+    [[nodiscard]] std::optional<DeviceProfile> enteredProfile() const;
+    [[nodiscard]] std::optional<DeviceProfile> newProfile() const;
     [[nodiscard]] DeviceProfile editedProfile() const;
-    void saveNew();
-    void saveEdited();
 
     AppCoordinator& coordinator_;
     DiscoveryRowsModel discoveryRows_;

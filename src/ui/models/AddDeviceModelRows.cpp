@@ -117,31 +117,38 @@ DeviceProfile AddDeviceModel::editedProfile() const {
     return profile;
 }
 
+std::optional<DeviceProfile> AddDeviceModel::newProfile() const {
+    const CapturedBonjourService* service = selectedService();
+    if (service == nullptr) return std::nullopt;
+    DeviceProfile draft = draftProfile(*service, displayName_.toStdString());
+    if (!applySelectedProvider(draft)) return std::nullopt;
+    return draft;
+}
+
+std::optional<DeviceProfile> AddDeviceModel::enteredProfile() const {
+    return editingProfile_ ? editedProfile() : newProfile();
+}
+
+QString AddDeviceModel::replacementWarning() const {
+    const std::optional<DeviceProfile> entered = enteredProfile();
+    if (!entered) return {};
+    if (editingProfile_ && entered->id() == editingProfile_->id()) return {};
+    const DeviceProfile* other = storedProfile(coordinator_, QString::fromStdString(entered->id()));
+    if (other == nullptr) return {};
+    const QString name = other->displayName.empty() ? QStringLiteral("another saved device")
+                                                    : u'"' + shownLine(other->displayName) + u'"';
+    return QStringLiteral("Saving replaces ") + name +
+           QStringLiteral(", which stands for the same iPhone and network connector.");
+}
+
 void AddDeviceModel::save() {
     if (!open_ || !canSave()) return;
-    if (editingProfile_)
-        saveEdited();
-    else
-        saveNew();
-}
-
-void AddDeviceModel::saveNew() {
-    const CapturedBonjourService* service = selectedService();
-    if (service == nullptr) return;
-    DeviceProfile draft = draftProfile(*service, displayName_.toStdString());
-    if (!applySelectedProvider(draft)) return;
-    const QString profileID = QString::fromStdString(draft.id());
-    coordinator_.saveProfile(std::move(draft), AppCoordinator::SaveAnnouncement::announced);
-    close();
-    Q_EMIT saved(profileID, {});
-}
-
-void AddDeviceModel::saveEdited() {
-    DeviceProfile profile = editedProfile();
-    const QString profileID = QString::fromStdString(profile.id());
-    const std::string former = editingProfile_->id();
-    if (profile.id() != former) coordinator_.deleteProfile(*editingProfile_);
-    coordinator_.saveProfile(std::move(profile), AppCoordinator::SaveAnnouncement::announced);
+    std::optional<DeviceProfile> profile = enteredProfile();
+    if (!profile) return;
+    const QString profileID = QString::fromStdString(profile->id());
+    const std::string former = editingProfile_ ? editingProfile_->id() : "";
+    if (editingProfile_ && profile->id() != former) coordinator_.deleteProfile(*editingProfile_);
+    coordinator_.saveProfile(*std::move(profile), AppCoordinator::SaveAnnouncement::announced);
     close();
     Q_EMIT saved(profileID, QString::fromStdString(former));
 }

@@ -23,9 +23,11 @@ ProviderSettingsModel::ProviderSettingsModel(AppCoordinator& coordinator, const 
     : QObject(parent), coordinator_(coordinator), type_(type) {}
 
 void ProviderSettingsModel::load(const SettingsStore& settings) {
-    const std::optional<std::string> kept = settings.string(AppCoordinator::binaryPathKey(type_.id));
-    path_ = QString::fromStdString(kept.value_or(""));
-    Q_EMIT pathChanged();
+    if (pathNotice_.isEmpty()) {
+        const std::optional<std::string> kept = settings.string(AppCoordinator::binaryPathKey(type_.id));
+        path_ = QString::fromStdString(kept.value_or(""));
+        Q_EMIT pathChanged();
+    }
     show(Result::None, {});
 }
 
@@ -50,14 +52,13 @@ QString ProviderSettingsModel::note() const {
 void ProviderSettingsModel::setPath(const QString& path) {
     if (path == path_) return;
     path_ = path;
-    Q_EMIT pathChanged();
     const std::optional<std::string> notKept = coordinator_.setBinaryPath(path.toStdString(), type_.id);
-    if (notKept)
-        show(Result::Failed,
-             QStringLiteral("This path is used until Quillbay quits. It could not be saved: ") +
-                 shownLine(*notKept));
-    else
-        show(Result::None, {});
+    pathNotice_ = notKept
+                      ? QStringLiteral("This path is used until Quillbay quits. It could not be saved: ") +
+                            shownLine(*notKept)
+                      : QString();
+    Q_EMIT pathChanged();
+    show(Result::None, {});
 }
 
 void ProviderSettingsModel::testDeviceList() {

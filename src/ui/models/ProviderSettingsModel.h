@@ -25,8 +25,10 @@ class ProviderSettingsModel : public QObject {
     Q_PROPERTY(QString note READ note CONSTANT)
     Q_PROPERTY(bool testing READ testing NOTIFY resultChanged)
     Q_PROPERTY(Result result READ result NOTIFY resultChanged)
-    /// "3 devices found", or the error; also why the path could not be kept.
+    /// "3 devices found", or the error.
     Q_PROPERTY(QString resultText READ resultText NOTIFY resultChanged)
+    /// That the path holds for this run only, and why; empty when it is kept.
+    Q_PROPERTY(QString pathNotice READ pathNotice NOTIFY pathChanged)
 
  public:
     enum class Result { None, Found, Failed };
@@ -35,7 +37,8 @@ class ProviderSettingsModel : public QObject {
     ProviderSettingsModel(AppCoordinator& coordinator, const MeshVPNProviderType& type,
                           QObject* parent = nullptr);
 
-    /// Fills the field with the path that is kept, and forgets the last result.
+    /// Fills the field with the path that is kept, and forgets the last result. A path that could not be kept
+    /// is in use all the same: it stays, and so does what is said about it.
     void load(const SettingsStore& settings);
 
     [[nodiscard]] QString providerID() const;
@@ -46,9 +49,9 @@ class ProviderSettingsModel : public QObject {
     [[nodiscard]] bool testing() const { return testing_; }
     [[nodiscard]] Result result() const { return result_; }
     [[nodiscard]] QString resultText() const { return resultText_; }
+    [[nodiscard]] QString pathNotice() const { return pathNotice_; }
 
-    /// Every edit is kept at once. What the test had found with another path is forgotten; an edit that could
-    /// not be kept is a failed result.
+    /// Every edit is kept at once. What the test had found with another path is forgotten.
     void setPath(const QString& path);
 
     /// Asks for the peers. While that runs, another call does nothing.
@@ -68,6 +71,7 @@ class ProviderSettingsModel : public QObject {
     bool testing_ = false;
     Result result_ = Result::None;
     QString resultText_;
+    QString pathNotice_;
 };
 
 }  // namespace quillbay

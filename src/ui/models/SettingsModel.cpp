@@ -1,6 +1,8 @@
 #include "ui/models/SettingsModel.h"
 
 #include <exception>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "providers/MeshVPNProviderRegistry.h"
@@ -21,12 +23,17 @@ SettingsModel::SettingsModel(AppCoordinator& coordinator, const SettingsStore& s
         providers_.append(new ProviderSettingsModel(coordinator, type, this));
     published_ = coordinator_.published.add([this](AppCoordinator::Published part) {
         if (part == AppCoordinator::Published::launchAtLogin) Q_EMIT launchAtLoginChanged();
+        if (part == AppCoordinator::Published::access) Q_EMIT onlyThisComputerChanged();
     });
     loadPersistedConfig();
 }
 
 bool SettingsModel::launchAtLogin() const {
     return coordinator_.launchAtLoginEnabled();
+}
+
+bool SettingsModel::onlyThisComputer() const {
+    return coordinator_.onlyThisComputer();
 }
 
 void SettingsModel::loadPersistedConfig() {
@@ -49,6 +56,15 @@ void SettingsModel::setLaunchAtLogin(bool enabled) {
     coordinator_.setLaunchAtLoginEnabled(launchAtLogin_.isEnabled());
     // Also without a change: the switch has to go back when the desktop refused.
     Q_EMIT launchAtLoginChanged();
+}
+
+void SettingsModel::setOnlyThisComputer(bool only) {
+    const std::optional<std::string> notKept = coordinator_.setOnlyThisComputer(only);
+    onlyThisComputerError_ =
+        notKept
+            ? QStringLiteral("This holds until Quillbay quits. It could not be saved: ") + shownLine(*notKept)
+            : QString();
+    Q_EMIT onlyThisComputerChanged();
 }
 
 void SettingsModel::sendDiagnostics() {

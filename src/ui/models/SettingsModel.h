@@ -26,6 +26,10 @@ class SettingsModel : public QObject {
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin NOTIFY launchAtLoginChanged)
     /// Why the switch could not be set the last time; empty when it could.
     Q_PROPERTY(QString launchAtLoginError READ launchAtLoginError NOTIFY launchAtLoginChanged)
+    /// Whether other computers are refused; what holds, also when it could not be saved.
+    Q_PROPERTY(bool onlyThisComputer READ onlyThisComputer NOTIFY onlyThisComputerChanged)
+    /// Why the switch could not be saved the last time; empty when it could.
+    Q_PROPERTY(QString onlyThisComputerError READ onlyThisComputerError NOTIFY onlyThisComputerChanged)
     /// In the registry's order.
     Q_PROPERTY(QQmlListProperty<quillbay::ProviderSettingsModel> providers READ providerList CONSTANT)
     Q_PROPERTY(quillbay::ProfilesModel* profiles READ profiles CONSTANT)
@@ -39,6 +43,8 @@ class SettingsModel : public QObject {
 
     [[nodiscard]] bool launchAtLogin() const;
     [[nodiscard]] QString launchAtLoginError() const { return launchAtLoginError_; }
+    [[nodiscard]] bool onlyThisComputer() const;
+    [[nodiscard]] QString onlyThisComputerError() const { return onlyThisComputerError_; }
     [[nodiscard]] QList<ProviderSettingsModel*> providers() const { return providers_; }
     [[nodiscard]] QQmlListProperty<ProviderSettingsModel> providerList() { return {this, &providers_}; }
     [[nodiscard]] ProfilesModel* profiles() const { return &profiles_; }
@@ -49,6 +55,7 @@ class SettingsModel : public QObject {
     Q_INVOKABLE void loadPersistedConfig();
     /// The user's switch; `launchAtLogin` says what holds afterwards.
     Q_INVOKABLE void setLaunchAtLogin(bool enabled);
+    Q_INVOKABLE void setOnlyThisComputer(bool only);
     /// The user's "Remove" beside a device.
     Q_INVOKABLE void askRemoval(const QString& profileID) {
         removal_.ask(profileID, RemovalModel::Origin::deviceList);
@@ -57,6 +64,7 @@ class SettingsModel : public QObject {
 
  Q_SIGNALS:
     void launchAtLoginChanged();
+    void onlyThisComputerChanged();
 
  private:
     AppCoordinator& coordinator_;
@@ -66,6 +74,7 @@ class SettingsModel : public QObject {
     UpdateModel& updates_;
     RemovalModel removal_{coordinator_};
     QString launchAtLoginError_;
+    QString onlyThisComputerError_;
     QList<ProviderSettingsModel*> providers_;
     Subscription published_;
 };

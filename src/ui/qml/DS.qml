@@ -39,6 +39,12 @@ QtObject {
     readonly property color orangeText: dark ? "#FFA31A" : "#964700"
     readonly property color redText: dark ? "#FF8A82" : "#AB140E"
     readonly property color greyText: dark ? "#B8B8BF" : "#55565E"
+    // The ground of a menu bar or a tray follows the appearance on some desktops and on others does not: at least 3 : 1
+    // on a bar as light and on one as dark as the windows are.
+    readonly property color trayGreen: "#2E9E4A"
+    readonly property color trayOrange: "#D96C00"
+    readonly property color trayRed: "#E5413A"
+    readonly property color trayGrey: "#8E8E95"
     readonly property color redFill: dark ? "#D70015" : "#C9211A"
     readonly property color redFillHover: dark ? "#E51A2D" : "#D9362F"
     readonly property color redFillPressed: dark ? "#B30011" : "#A81A14"
@@ -152,6 +158,10 @@ QtObject {
     /// Of a status' dot and symbols.
     function statusColor(kind: int): color {
         return [grey, orange, green, red][kind];
+    }
+    /// Of the same in the menu bar or the tray.
+    function trayColor(kind: int): color {
+        return [trayGrey, trayOrange, trayGreen, trayRed][kind];
     }
     /// Of a status' words and its badge.
     function statusTextColor(kind: int): color {

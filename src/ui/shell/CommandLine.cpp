@@ -1,5 +1,7 @@
 #include "ui/shell/CommandLine.h"
 
+#include "platform/PrintableText.h"
+
 namespace quillbay {
 
 const char* const usageText =
@@ -17,6 +19,12 @@ std::optional<StartMode> parseCommandLine(const std::vector<std::string>& argume
     if (option == "--help" || option == "-h") return StartMode::help;
     if (option == "--version") return StartMode::version;
     return std::nullopt;
+}
+
+std::string wrongUsage(const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments)
+        if (!parseCommandLine({argument})) return "there is no argument \"" + printable(argument) + "\"";
+    return "\"" + printable(arguments.back()) + "\" is one argument too many";
 }
 
 }  // namespace quillbay

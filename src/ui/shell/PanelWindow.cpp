@@ -1,6 +1,7 @@
 #include "ui/shell/PanelWindow.h"
 
 #include <QGuiApplication>
+#include <QMouseEvent>
 #include <QScreen>
 
 #include "ui/shell/PanelPlacement.h"
@@ -12,6 +13,9 @@ namespace quillbay {
 namespace {
 
 using std::chrono::steady_clock;
+
+/// Longer than window managers take to give a window the keyboard.
+constexpr std::chrono::milliseconds patience{500};
 
 const QScreen* screenOf(const QRect& item) {
     const QScreen* screen = item.isEmpty() ? nullptr : QGuiApplication::screenAt(item.center());
@@ -28,6 +32,11 @@ PanelWindow::PanelWindow(QQmlEngine& engine, QObject* model) : engine_(engine), 
         window_->hide();
         // The click that closes it may still be under way in it.
         window_.release()->deleteLater();
+    });
+    keyboardPatience_.setSingleShot(true);
+    keyboardPatience_.setInterval(patience);
+    connect(&keyboardPatience_, &QTimer::timeout, this, [this] {
+        if (window_ && !closing_ && lacksKeyboard(*window_)) takePointer(*window_, true);
     });
 }
 
@@ -54,15 +63,8 @@ void PanelWindow::open(const QRect& item, std::chrono::milliseconds fade) {
     wasActive_ = false;
     fade_.setDuration(static_cast<int>(fade.count()));
     connect(window_.get(), &QWindow::heightChanged, this, &PanelWindow::place);
-    connect(window_.get(), &QWindow::activeChanged, this, [this] {
-        if (!window_ || closing_) return;
-        if (!window_->isActive() && wasActive_) {
-            left_ = steady_clock::now();
-            close();
-        } else {
-            wasActive_ = window_->isActive();
-        }
-    });
+    connect(window_.get(), &QWindow::activeChanged, this, &PanelWindow::activeChanged);
+    window_->installEventFilter(this);
     place();
     window_->setOpacity(fade.count() > 0 ? 0 : 1);
     bringToFront(*window_);
@@ -71,11 +73,32 @@ void PanelWindow::open(const QRect& item, std::chrono::milliseconds fade) {
     fade_.setStartValue(window_->opacity());
     fade_.setEndValue(1.0);
     fade_.start();
+    keyboardPatience_.start();
+}
+
+void PanelWindow::activeChanged() {
+    if (!window_ || closing_) return;
+    if (!window_->isActive() && wasActive_) {
+        left_ = steady_clock::now();
+        return close();
+    }
+    wasActive_ = window_->isActive();
+    if (wasActive_) takePointer(*window_, false);
+}
+
+bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (!window_ || watched != window_.get() || event->type() != QEvent::MouseButtonPress) return false;
+    const QPoint place = static_cast<QMouseEvent*>(event)->position().toPoint();
+    if (QRect(QPoint(), window_->size()).contains(place)) return false;
+    close();
+    return true;
 }
 
 void PanelWindow::close() {
     if (!window_ || closing_) return;
     closing_ = true;
+    keyboardPatience_.stop();
+    takePointer(*window_, false);
     fade_.stop();
     fade_.setStartValue(window_->opacity());
     fade_.setEndValue(0.0);

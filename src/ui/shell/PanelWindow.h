@@ -5,13 +5,15 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QRect>
+#include <QTimer>
 #include <chrono>
 #include <memory>
 #include <optional>
 
 namespace quillbay {
 
-/// The panel at the menu-bar item: opens there, and closes when the user goes elsewhere. It exists only while
+/// The panel at the menu-bar item: opens there, and closes when the user goes elsewhere. Where the window
+/// manager does not give it the keyboard, it sees that by the pointer, as a menu does. It exists only while
 /// it is shown. Main thread; what it is made of must outlive it.
 class PanelWindow : public QObject {
     Q_OBJECT
@@ -24,16 +26,20 @@ class PanelWindow : public QObject {
     /// seen.
     void toggle(const QRect& item, std::chrono::milliseconds fade);
     void close();
-    [[nodiscard]] bool isShown() const { return window_ != nullptr; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
     void open(const QRect& item, std::chrono::milliseconds fade);
     void place();
+    void activeChanged();
 
     QQmlEngine& engine_;
     QObject* model_;
     std::unique_ptr<QQuickWindow> window_;
     QPropertyAnimation fade_;
+    /// Runs while the keyboard is awaited.
+    QTimer keyboardPatience_;
     QRect item_;
     bool closing_ = false;
     bool wasActive_ = false;

@@ -36,13 +36,12 @@ std::optional<std::string> environment(const char* name) {
     return value;
 }
 
-/// Qt ends the process when there is no display; this says so in a sentence.
-void sayThatThereIsNoDesktop(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+/// Qt ends the process when there is no display, after a paragraph about its plug-ins; this says so in a
+/// sentence.
+void sayThatThereIsNoDesktop(QtMsgType type, const QMessageLogContext& /*context*/, const QString& /*text*/) {
     if (type != QtFatalMsg) return;
-    std::fprintf(stderr,
-                 "quillbay: There is no desktop here to open a window on; quillbay-agent runs without one.\n"
-                 "%s\n",
-                 qPrintable(text));
+    std::fputs("quillbay: There is no desktop here to open a window on; quillbay-agent runs without one.\n",
+               stderr);
     ::_exit(EXIT_FAILURE);
 }
 
@@ -100,7 +99,10 @@ int run(StartMode mode, char* programName) {
             QStringLiteral("Quillbay can't be reached from a terminal, nor see whether it runs twice: ") +
             QString::fromStdString(printable(printedError(error)));
     }
-    if (claim.activated) return 0;
+    if (claim.activated) {
+        if (!hidden) std::puts("Quillbay is running already; its window has been brought to the front.");
+        return 0;
+    }
     if (!claim.lock && unreachable.isEmpty()) {
         std::fprintf(stderr, "quillbay: %s\n", claim.refusal.c_str());
         return 1;
@@ -116,7 +118,7 @@ int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     const std::optional<StartMode> mode = parseCommandLine(words);
     if (!mode) {
-        std::fputs(usageText, stderr);
+        std::fprintf(stderr, "quillbay: %s\n%s", wrongUsage(words).c_str(), usageText);
         return 2;
     }
     if (mode == StartMode::help) {

@@ -31,6 +31,19 @@ TestCase {
             "glowPurple #bf5af2", "green #32d74b", "orange #ffa31a", "red #ff6961", "grey #b8b8bf",
             "greenText #32d74b", "orangeText #ffa31a", "redText #ff8a82", "greyText #b8b8bf", "redFill #d70015"]);
     }
+    function test_the_tray_can_be_read_on_light_and_dark_bars_in_both_appearances_data() {
+        return [{ tag: "off", kind: 0, hex: "#8e8e95" }, { tag: "pairing", kind: 1, hex: "#d96c00" },
+                { tag: "on", kind: 2, hex: "#2e9e4a" }, { tag: "error", kind: 3, hex: "#e5413a" }];
+    }
+    function test_the_tray_can_be_read_on_light_and_dark_bars_in_both_appearances(data) {
+        for (const dark of [false, true]) {
+            Appearance.dark = dark;
+            const colour = DS.trayColor(data.kind);
+            compare(String(colour), data.hex);
+            for (const bar of ["#F8F8FA", "#FFFFFF", "#1E1E1E", "#000000"])
+                verify(contrast(colour, Qt.color(bar)) >= 3, data.tag + " on " + bar);
+        }
+    }
     function test_the_glass_border_is_white_at_6_in_100() {
         for (const dark of [false, true]) {
             Appearance.dark = dark;

@@ -189,6 +189,111 @@ Item {
             verify(item.activeFocus);
             compare(item.showsFocus, false);
         }
+        function pasted() {
+            const paper = createTemporaryQmlObject("import QtQuick; TextEdit {}", place);
+            paper.paste();
+            return paper.text;
+        }
+        function clickLine(item, row, button, modifiers) {
+            const line = list(item).itemAtIndex(row);
+            const at = line.mapToItem(item, 20, line.height / 2);
+            mouseClick(item, at.x, at.y, button || Qt.LeftButton, modifiers || Qt.NoModifier);
+        }
+        function selected(item) {
+            return texts(item).filter(at => at.selected).map(at => at.text);
+        }
+        function test_a_click_selects_a_line_and_the_copy_key_copies_it() {
+            add(5);
+            const item = make(fixed);
+            tryVerify(() => texts(item).length === 5);
+            compare(selected(item), []);
+            clickLine(item, 1);
+            compare(selected(item), ["line 2"]);
+            keyClick(Qt.Key_C, Qt.ControlModifier);
+            compare(pasted(), "line 2");
+            clickLine(item, 3, Qt.LeftButton, Qt.ShiftModifier);
+            compare(selected(item), ["line 2", "line 3", "line 4"]);
+            keyClick(Qt.Key_C, Qt.ControlModifier);
+            compare(pasted(), "line 2\nline 3\nline 4");
+        }
+        function test_dragging_selects_the_lines_passed() {
+            add(5);
+            const item = make(fixed);
+            tryVerify(() => texts(item).length === 5);
+            mouseDrag(item, 100, 8 + 16 + 7, 0, 2 * 16);
+            compare(selected(item), ["line 2", "line 3", "line 4"]);
+            // Beyond the last one, and between two.
+            mouseDrag(item, 100, 8 + 3 * 16 + 7, 0, 90);
+            compare(selected(item), ["line 4", "line 5"]);
+            mouseClick(item, 100, 8 + 16 - 1);
+            compare(selected(item), ["line 1"]);
+        }
+        function test_all_lines_are_selected_and_copied_by_the_keyboard() {
+            add(3);
+            const item = make(fixed);
+            tryVerify(() => texts(item).length === 3);
+            item.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_A, Qt.ControlModifier);
+            compare(selected(item), ["line 1", "line 2", "line 3"]);
+            keyClick(Qt.Key_C, Qt.ControlModifier);
+            compare(pasted(), "line 1\nline 2\nline 3");
+        }
+        function menuItem(name) {
+            const overlay = place.Window.window.contentItem.parent || place.Window.window.contentItem;
+            const find = at => {
+                if (at.visible && at.Accessible && at.text === name && at.implicitHeight === 26) return at;
+                for (const child of Array.from(at.children)) {
+                    const found = find(child);
+                    if (found) return found;
+                }
+                return null;
+            };
+            return find(overlay);
+        }
+        function test_a_right_click_offers_to_copy() {
+            add(5);
+            const item = make(fixed);
+            tryVerify(() => texts(item).length === 5);
+            clickLine(item, 2, Qt.RightButton);
+            tryVerify(() => menuItem("Copy") !== null);
+            compare(selected(item), ["line 3"]);
+            mouseClick(menuItem("Copy"));
+            compare(pasted(), "line 3");
+            tryVerify(() => menuItem("Copy") === null);
+            verify(item.activeFocus);
+            // On what is selected, it leaves that.
+            keyClick(Qt.Key_A, Qt.ControlModifier);
+            clickLine(item, 2, Qt.RightButton);
+            tryVerify(() => menuItem("Copy") !== null);
+            compare(selected(item).length, 5);
+            keyClick(Qt.Key_Escape);
+            tryVerify(() => menuItem("Copy") === null);
+        }
+        function test_the_menu_key_offers_to_select_all() {
+            add(3);
+            const item = make(fixed);
+            tryVerify(() => texts(item).length === 3);
+            item.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Menu);
+            tryVerify(() => menuItem("Select All") !== null);
+            compare(menuItem("Copy").enabled, false);
+            mouseClick(menuItem("Select All"));
+            compare(selected(item), ["line 1", "line 2", "line 3"]);
+        }
+        function test_what_is_selected_stays_so_while_lines_come_and_is_none_once_collapsed() {
+            add(200);
+            const item = make(fixed);
+            tryVerify(() => atEnd(item));
+            clickLine(item, 197);
+            compare(selected(item), ["line 198"]);
+            add(2, "more ");
+            tryVerify(() => atEnd(item));
+            compare(selected(item), ["line 198"]);
+            item.expanded = false;
+            item.expanded = true;
+            tryVerify(() => texts(item).length > 3);
+            compare(selected(item), []);
+        }
         function test_markup_in_a_line_is_shown_as_it_is() {
             Samples.addLogLine("<b>bold</b>");
             const item = make(fixed);

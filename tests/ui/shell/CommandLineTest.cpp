@@ -20,5 +20,13 @@ TEST(ShellCommandLine, takes_nothing_else) {
     EXPECT_EQ(parseCommandLine({"-platform", "offscreen"}), std::nullopt);
 }
 
+TEST(ShellCommandLine, names_the_argument_that_is_wrong) {
+    EXPECT_EQ(wrongUsage({"--bogus"}), "there is no argument \"--bogus\"");
+    EXPECT_EQ(wrongUsage({"--hidden", "--bogus"}), "there is no argument \"--bogus\"");
+    EXPECT_EQ(wrongUsage({"--hidden", "--version"}), "\"--version\" is one argument too many");
+    EXPECT_EQ(wrongUsage({""}), "there is no argument \"\"");
+    EXPECT_EQ(wrongUsage({"a\n\x1b[2J"}), "there is no argument \"a\\n\\x1b[2J\"");
+}
+
 }  // namespace
 }  // namespace quillbay

@@ -29,7 +29,8 @@ TEST_F(Program, refuses_wrong_usage_with_status_2) {
     const ChildResult result = runProgram({"--fly"});
     EXPECT_EQ(result.status.code, 2);
     EXPECT_EQ(result.standardOutput, "");
-    EXPECT_THAT(result.standardError, StartsWith("usage: quillbay [--hidden | --help | --version]\n"));
+    EXPECT_THAT(result.standardError, StartsWith("quillbay: there is no argument \"--fly\"\n"
+                                                 "usage: quillbay [--hidden | --help | --version]\n"));
 }
 
 TEST_F(Program, says_that_there_is_no_desktop) {
@@ -37,9 +38,9 @@ TEST_F(Program, says_that_there_is_no_desktop) {
         environment["DISPLAY"] = display;
         const ChildResult result = runProgram();
         EXPECT_EQ(result.status.code, 1);
-        EXPECT_THAT(result.standardError,
-                    StartsWith("quillbay: There is no desktop here to open a window on; "
-                               "quillbay-agent runs without one.\n"));
+        EXPECT_EQ(result.standardError,
+                  "quillbay: There is no desktop here to open a window on; "
+                  "quillbay-agent runs without one.\n");
     }
 }
 
@@ -97,6 +98,8 @@ TEST_F(Program, a_second_start_brings_the_first_ones_window_to_the_front) {
         const ChildResult second = runProgram();
         EXPECT_EQ(second.status.code, 0);
         EXPECT_EQ(second.standardError, "");
+        EXPECT_EQ(second.standardOutput,
+                  "Quillbay is running already; its window has been brought to the front.\n");
         EXPECT_TRUE(until([&] {
             const auto window = desktop->mainWindow();
             return window && desktop->active() == window->id;
@@ -115,6 +118,7 @@ TEST_F(Program, a_second_start_in_hiding_changes_nothing) {
     const ChildResult second = runProgram({"--hidden"});
     EXPECT_EQ(second.status.code, 0);
     EXPECT_EQ(second.standardError, "");
+    EXPECT_EQ(second.standardOutput, "");
     EXPECT_TRUE(isServed());
     EXPECT_FALSE(desktop->mainWindow());
     program.terminate();

@@ -119,6 +119,22 @@ TEST_F(ProgramTray, the_panel_closes_by_escape_and_when_the_user_goes_elsewhere)
     end(program);
 }
 
+TEST_F(ProgramTray, a_panel_that_is_given_no_keyboard_closes_at_a_click_elsewhere_too) {
+    const ChildProcess program = startInTray();
+    desktop->killWindowManager();
+    desktop->clickTrayItem();
+    ASSERT_TRUE(until([&] { return hasPanel(); }));
+    const auto panel = desktop->panel();
+    // Until it no longer waits for the keyboard.
+    EXPECT_TRUE(until([&] {
+        desktop->click(panel->x - 200, panel->y + 50);
+        return !hasPanel();
+    }));
+    desktop->clickTrayItem();
+    EXPECT_TRUE(until([&] { return hasPanel(); })) << "the pointer is free again";
+    end(program);
+}
+
 TEST_F(ProgramTray, the_panels_actions_open_the_windows_and_quit) {
     const ChildProcess program = startInTray();
     openPanel();

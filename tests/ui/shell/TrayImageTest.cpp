@@ -77,11 +77,11 @@ TEST_P(TrayImageTest, has_a_6_point_dot_at_the_top_right_when_there_is_an_update
 }
 
 INSTANTIATE_TEST_SUITE_P(States, TrayImageTest,
-                         ::testing::Values(State{"antenna.radiowaves.left.and.right", QColor(36, 138, 61)},
-                                           State{"antenna.radiowaves.left.and.right", QColor(200, 95, 0)},
-                                           State{"exclamationmark.triangle.fill", QColor(217, 43, 34)},
+                         ::testing::Values(State{"antenna.radiowaves.left.and.right", QColor(46, 158, 74)},
+                                           State{"antenna.radiowaves.left.and.right", QColor(217, 108, 0)},
+                                           State{"exclamationmark.triangle.fill", QColor(229, 65, 58)},
                                            State{"antenna.radiowaves.left.and.right.slash",
-                                                 QColor(110, 110, 117)}));
+                                                 QColor(142, 142, 149)}));
 
 TEST(TrayIcon, has_the_sizes_that_trays_ask_for) {
     const QIcon icon = trayIcon({QStringLiteral("exclamationmark.triangle.fill"), Qt::red, dotColor});

@@ -1,5 +1,7 @@
 #include "ui/shell/XDesktop.h"
 
+#include <signal.h>
+
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -62,6 +64,12 @@ void XDesktop::startTray() {
 
 void XDesktop::stopTray() {
     end(tray_);
+}
+
+void XDesktop::killWindowManager() {
+    ::kill(windowManager_->pid(), SIGKILL);
+    static_cast<void>(windowManager_->waitForExit());
+    windowManager_.reset();
 }
 
 void XDesktop::stopDisplay() {

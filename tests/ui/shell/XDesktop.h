@@ -35,6 +35,8 @@ class XDesktop {
     /// A panel at the bottom of the screen whose tray takes items in.
     void startTray();
     void stopTray();
+    /// At once: what it has promised to do for windows still stands there, and nobody does it.
+    void killWindowManager();
     /// The display goes, and everything on it.
     void stopDisplay();
 

@@ -8,7 +8,6 @@ Sheet {
 
     required property AddDeviceModel model
 
-    open: sheet.model.open
     sheetWidth: 560
     cornerRadius: DS.radiusSheet
     initialFocus: phones.count > 0 ? (phones as Item) : connector.firstItem
@@ -56,6 +55,13 @@ Sheet {
                 Layout.fillWidth: true
                 visible: !phones.visible
             }
+            CaptionLine {
+                Layout.fillWidth: true
+                visible: text !== ""
+                symbol: "exclamationmark.triangle.fill"
+                symbolColor: DS.orange
+                text: sheet.model.discoveryTrouble
+            }
             DiscoveryList {
                 id: phones
 
@@ -84,6 +90,13 @@ Sheet {
                 text: sheet.model.displayName
                 onTextEdited: sheet.model.displayName = text
             }
+        }
+        CaptionLine {
+            width: page.innerWidth
+            visible: text !== ""
+            symbol: "exclamationmark.triangle.fill"
+            symbolColor: DS.orange
+            text: sheet.model.replacementWarning
         }
         Row {
             anchors.right: parent.right

@@ -1,5 +1,5 @@
 // The user log. Collapsed, its newest three lines; expanded, all of them, wrapped, with the end in sight unless one has
-// scrolled away from it.
+// scrolled away from it, and lines can be selected and copied.
 import QtQuick
 import Quillbay
 
@@ -67,7 +67,29 @@ ListFocus {
         visible: view.expanded && !view.empty
         anchors.fill: parent
         model: view.expanded ? view.log : null
+        selection: chosen
         onPressed: view.takeByMouse()
+        onActionsRequested: (x, y) => actions.popup(lines, x, y)
+    }
+    LogSelection {
+        id: chosen
+        log: view.expanded ? view.log : null
+    }
+    ActionMenu {
+        id: actions
+
+        // The menu had the keyboard.
+        onClosed: view.forceActiveFocus(Qt.PopupFocusReason)
+
+        ActionMenuItem {
+            text: "Copy"
+            enabled: chosen.first >= 0
+            onTriggered: chosen.copy()
+        }
+        ActionMenuItem {
+            text: "Select All"
+            onTriggered: chosen.selectAll()
+        }
     }
 
     FocusRing {

@@ -1,4 +1,5 @@
-// All lines of a log, wrapped. It stays at the end while lines arrive, unless one has scrolled away from it.
+// All lines of a log, wrapped. It stays at the end while lines arrive, unless one has scrolled away from it. A mouse
+// selects whole lines, to be copied.
 import QtQuick
 import QtQuick.Templates as T
 import Quillbay
@@ -9,8 +10,12 @@ ListView {
     /// Whether the end is kept in sight.
     property bool following: true
 
+    required property LogSelection selection
+
     /// By the mouse, anywhere.
     signal pressed
+    /// What can be done with the selection is asked for, here.
+    signal actionsRequested(real x, real y)
 
     readonly property real lineStep: DS.consoleLine.lineHeight + spacing
     readonly property real pageStep: Math.max(lineStep, height - lineStep)
@@ -35,6 +40,11 @@ ListView {
         else if (event.key === Qt.Key_PageDown) list.scrollTo(list.contentY + list.pageStep);
         else if (event.key === Qt.Key_Home) list.toBeginning();
         else if (event.key === Qt.Key_End) list.toEnd();
+        else if (event.matches(StandardKey.Copy)) list.selection.copy();
+        else if (event.matches(StandardKey.SelectAll)) list.selection.selectAll();
+        else if (event.key === Qt.Key_Menu) list.actionsRequested(DS.space8, DS.space8);
+        else if (event.key === Qt.Key_F10 && event.modifiers & Qt.ShiftModifier)
+            list.actionsRequested(DS.space8, DS.space8);
         else event.accepted = false;
     }
 
@@ -52,6 +62,14 @@ ListView {
         onTriggered: if (list.following && list.count > 0) list.toEnd()
     }
 
+    /// The line at this height of the view, or the last one above it; -1 above all of them.
+    function rowAt(y: real): int {
+        const at = list.contentY + Math.max(0, Math.min(y, list.height - 1));
+        const row = list.indexAt(0, at);
+        // Between two lines, or below the last.
+        return row >= 0 || at < list.originY ? row
+             : at < list.originY + list.contentHeight ? list.indexAt(0, at - list.spacing) : list.count - 1;
+    }
     function topY(): real {
         return list.originY - list.topMargin;
     }
@@ -78,17 +96,26 @@ ListView {
     MouseArea {
         anchors.fill: parent
         preventStealing: true
-        onPressed: list.pressed()
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onPressed: mouse => {
+            list.pressed();
+            const row = list.rowAt(mouse.y);
+            const selected = row >= list.selection.first && row <= list.selection.last;
+            if (mouse.button === Qt.LeftButton && mouse.modifiers & Qt.ShiftModifier) list.selection.extend(row);
+            else if (mouse.button === Qt.LeftButton || !selected) list.selection.begin(row);
+            if (mouse.button === Qt.RightButton) list.actionsRequested(mouse.x, mouse.y);
+        }
+        onPositionChanged: mouse => {
+            if (mouse.buttons & Qt.LeftButton) list.selection.extend(list.rowAt(mouse.y));
+        }
     }
 
-    delegate: StyledText {
-        required property string line
+    delegate: LogLine {
+        required property int index
+        readonly property LogSelection selection: (ListView.view as LogLines)?.selection ?? null
 
         width: ListView.view.width - 2 * DS.space8
-        height: lineCount * textStyle.lineHeight
-        textStyle: DS.consoleLine
-        text: line
-        wrapMode: Text.Wrap
+        selected: selection !== null && index >= selection.first && index <= selection.last
     }
 
     T.ScrollBar.vertical: OverlayScrollBar {

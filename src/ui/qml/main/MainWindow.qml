@@ -69,16 +69,22 @@ Window {
         }
     }
 
-    AddDeviceSheet {
+    LazySheet {
+        file: "../add/AddDeviceSheet.qml"
         model: window.model.addDevice
+        wanted: window.model.addDevice.open
     }
 
-    RenameSheet {
+    LazySheet {
+        file: "../main/RenameSheet.qml"
         model: window.model.rename
+        wanted: window.model.rename.open
     }
 
-    RemovalDialog {
+    LazySheet {
+        file: "../main/RemovalDialog.qml"
         model: window.model.removal
+        wanted: window.model.removal.open
     }
 
     Shortcut {

@@ -7,7 +7,15 @@ Rectangle {
 
     required property string sentence
 
+    /// How its button has the keyboard, if it has it.
+    readonly property bool hasKeyboard: close.activeFocus
+    readonly property int focusReason: close.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason
+
     signal closed
+
+    function takeKeyboard(reason: int) {
+        close.forceActiveFocus(reason);
+    }
 
     implicitHeight: Math.max(40, text.height + 2 * DS.space12)
     color: DS.tint(DS.orange, DS.badgeTint)

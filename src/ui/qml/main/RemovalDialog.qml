@@ -8,7 +8,6 @@ Sheet {
 
     required property RemovalModel model
 
-    open: model.open
     sheetWidth: 320
     cornerRadius: DS.radiusPanel
     initialFocus: cancel

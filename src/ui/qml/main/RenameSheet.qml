@@ -8,7 +8,6 @@ Sheet {
 
     required property RenameModel model
 
-    open: model.open
     sheetWidth: 320
     cornerRadius: DS.radiusPanel
     initialFocus: field

@@ -41,6 +41,8 @@ Item {
         topPadding: DS.space8
         bottomPadding: DS.space8
         onClicked: banner.model.open()
+        // Taken, so that it is not a click more.
+        onDoubleClicked: {}
         Keys.onReturnPressed: event => { if (!event.isAutoRepeat) button.clicked(); }
         Keys.onEnterPressed: event => { if (!event.isAutoRepeat) button.clicked(); }
         Accessible.role: Accessible.Button

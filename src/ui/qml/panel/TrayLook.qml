@@ -5,6 +5,6 @@ import Quillbay
 QtObject {
     required property PanelModel model
 
-    readonly property color symbolColor: DS.statusColor(model.overall.kind)
+    readonly property color symbolColor: DS.trayColor(model.overall.kind)
     readonly property color dotColor: DS.glowBlue
 }

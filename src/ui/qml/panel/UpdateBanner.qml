@@ -15,12 +15,14 @@ T.AbstractButton {
     bottomPadding: DS.space8
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
+    // Taken, so that it is not a click more.
+    onDoubleClicked: {}
 
     Accessible.onPressAction: banner.clicked()
     Accessible.name: banner.text + ", " + banner.hint
 
-    Keys.onReturnPressed: banner.clicked()
-    Keys.onEnterPressed: banner.clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) banner.clicked(); }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) banner.clicked(); }
 
     background: Rectangle {
         color: banner.pressed ? DS.bannerFillPressed : banner.hovered ? DS.bannerFillHover : DS.bannerFill

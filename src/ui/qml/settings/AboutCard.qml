@@ -36,6 +36,8 @@ SectionCard {
             text: card.updates.getText
             symbol: "arrow.down.circle"
             onClicked: card.updates.open()
+            // Taken, so that it is not a click more.
+            onDoubleClicked: {}
         }
     }
 }

@@ -11,46 +11,11 @@ SectionCard {
     title: "General"
     symbol: "gearshape"
 
-    Item {
-        Layout.fillWidth: true
-        implicitHeight: words.height
-
-        Column {
-            id: words
-
-            anchors {
-                left: parent.left
-                right: launch.left
-                rightMargin: DS.space16
-            }
-            spacing: 3
-
-            StyledText {
-                width: parent.width
-                textStyle: DS.body
-                text: "Launch at login"
-                elide: Text.ElideRight
-            }
-            StyledText {
-                width: parent.width
-                textStyle: DS.caption
-                color: DS.textSecondary
-                text: "The app starts in the background when your Mac turns on."
-                wrapMode: Text.Wrap
-            }
-        }
-        ToggleSwitch {
-            id: launch
-
-            anchors {
-                right: parent.right
-                verticalCenter: parent.verticalCenter
-            }
-            name: "Launch at login"
-            checked: card.model.launchAtLogin
-            // What holds then is not always what was asked for.
-            onToggled: card.model.setLaunchAtLogin(checked)
-        }
+    ToggleRow {
+        title: "Launch at login"
+        caption: "The app starts in the background when your Mac turns on."
+        checked: card.model.launchAtLogin
+        onSwitched: enabled => card.model.setLaunchAtLogin(enabled)
     }
     CaptionLine {
         Layout.fillWidth: true
@@ -58,5 +23,18 @@ SectionCard {
         symbol: "exclamationmark.triangle.fill"
         symbolColor: DS.orange
         text: card.model.launchAtLoginError
+    }
+    ToggleRow {
+        title: "Only this computer may use the bridge"
+        caption: "Other computers on your network are turned away."
+        checked: card.model.onlyThisComputer
+        onSwitched: enabled => card.model.setOnlyThisComputer(enabled)
+    }
+    CaptionLine {
+        Layout.fillWidth: true
+        visible: text !== ""
+        symbol: "exclamationmark.triangle.fill"
+        symbolColor: DS.orange
+        text: card.model.onlyThisComputerError
     }
 }

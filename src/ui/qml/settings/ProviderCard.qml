@@ -36,6 +36,13 @@ SectionCard {
                 onClicked: card.provider.testDeviceList()
             }
         }
+        CaptionLine {
+            Layout.fillWidth: true
+            visible: text !== ""
+            symbol: "exclamationmark.triangle.fill"
+            symbolColor: DS.orange
+            text: card.provider.pathNotice
+        }
         StyledText {
             Layout.fillWidth: true
             visible: text !== ""

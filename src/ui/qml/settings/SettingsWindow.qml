@@ -8,7 +8,7 @@ Window {
     required property SettingsModel model
 
     width: 560
-    height: 680
+    height: 724
     minimumWidth: 480
     minimumHeight: 400
     title: "Settings"
@@ -82,7 +82,9 @@ Window {
         title: window.title
         width: parent.width
     }
-    RemovalDialog {
+    LazySheet {
+        file: "../main/RemovalDialog.qml"
         model: window.model.removal
+        wanted: window.model.removal.open
     }
 }

@@ -37,4 +37,14 @@ void keepOutOfTaskbar(QWindow& panel) {
     xcb_flush(x11);
 }
 
+bool lacksKeyboard(QWindow& panel) {
+    xcb_connection_t* const x11 = x11Connection();
+    return x11 != nullptr && x11InputFocus(x11) != static_cast<xcb_window_t>(panel.winId());
+}
+
+void takePointer(QWindow& panel, bool take) {
+    // Compositors of Wayland give it to menus alone.
+    if (x11Connection() != nullptr) panel.setMouseGrabEnabled(take);
+}
+
 }  // namespace quillbay

@@ -33,4 +33,10 @@ std::uint32_t x11SelectionOwner(xcb_connection_t* x11, std::uint32_t selection) 
     return reply ? reply->owner : 0;
 }
 
+std::uint32_t x11InputFocus(xcb_connection_t* x11) {
+    const std::unique_ptr<xcb_get_input_focus_reply_t, Free> reply(
+        xcb_get_input_focus_reply(x11, xcb_get_input_focus(x11), nullptr));
+    return reply ? reply->focus : 0;
+}
+
 }  // namespace quillbay

@@ -18,4 +18,7 @@ std::uint32_t x11Atom(xcb_connection_t* x11, std::string_view name);
 /// The window that holds the selection, by which one program of a kind makes itself known; 0 for none.
 std::uint32_t x11SelectionOwner(xcb_connection_t* x11, std::uint32_t selection);
 
+/// The window that has the keyboard; 0 or 1 where it is no particular one (Xlib, XGetInputFocus).
+std::uint32_t x11InputFocus(xcb_connection_t* x11);
+
 }  // namespace quillbay

@@ -8,4 +8,11 @@ void shapePanel(QWindow& /*panel*/, double /*cornerRadius*/) {}
 /// The Dock shows programs, not windows.
 void keepOutOfTaskbar(QWindow& /*panel*/) {}
 
+/// A program that opens a window there gets the keyboard with it.
+bool lacksKeyboard(QWindow& /*panel*/) {
+    return false;
+}
+
+void takePointer(QWindow& /*panel*/, bool /*take*/) {}
+
 }  // namespace quillbay
