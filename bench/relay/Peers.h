@@ -1,37 +1,15 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "platform/UniqueDescriptor.h"
+#include "suite/Child.h"
 
 namespace quillbay::bench {
 
-/// A child process of the benchmark; ended and waited for with the object.
-class Child {
- public:
-    explicit Child(const std::vector<std::string>& command);
-    ~Child();
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    /// The next line of its output; empty at the end.
-    std::string line();
-
-    /// What all its threads have used of the processors.
-    [[nodiscard]] double processorSeconds() const;
-    /// How often its network threads gave the processor up by themselves.
-    [[nodiscard]] long voluntarySwitches() const;
-
- private:
-    pid_t pid_ = -1;
-    UniqueDescriptor input_;
-    UniqueDescriptor output_;
-};
+class Target;
 
 /// Something that passes connections on to a target port.
 struct Forwarder {
@@ -45,9 +23,15 @@ inline constexpr int lastPort = 58000;
 
 enum class Listens { onOnePort, onTheFullRange };
 
+/// Whom the relays are compared with: other forwarders. Not "direct", which forwards nothing.
+std::vector<std::string> tcpPeers();
+
 Forwarder direct(std::uint16_t target);
+/// This system's relays, in a process of their own.
 Forwarder relay(std::uint16_t target, Listens listens);
-/// HAProxy 2.6 or later as a TCP forwarder with as many threads as the relay has.
-Forwarder haproxy(std::uint16_t target, Listens listens);
+/// One that passes TCP connections on to `target`, by the name that it has in the rows: "relay", "direct" or
+/// a peer, which gets as many threads as the relays have. Returns when it does so. Throws std::runtime_error
+/// when it does not.
+Forwarder forwarder(const std::string& who, const Target& target, Listens listens);
 
 }  // namespace quillbay::bench

@@ -46,10 +46,11 @@ class Agent:
         """The profiles on file now."""
         return json.loads((self.folder / "devices.json").read_text())
 
-    def start(self):
-        """Starts the agent and does not wait for anything it does."""
+    def start(self, environment=None):
+        """Starts the agent, with this added to its environment, and does not wait for anything it does."""
         errors = self._mac.folder / "quillbay-agent.log"
-        self.process = self._mac.spawn([programs.AGENT], stdout=subprocess.PIPE, stderr=errors)
+        self.process = self._mac.spawn([programs.AGENT], stdout=subprocess.PIPE, stderr=errors,
+                                       environment=environment)
         self._lines = Lines(self.process.stdout)
 
     def user_lines(self):

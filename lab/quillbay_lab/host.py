@@ -181,6 +181,13 @@ class Host:
         found = [line.split(None, 3) for line in lines]
         return [words[3] for words in found if words[0] != "1" and not words[3].startswith("ps -axww")]
 
+    @property
+    def root(self):
+        """The host's files as its programs see them, its own /proc and /run among them."""
+        holder = self.namespace.network[1]
+        first, = pathlib.Path(f"/proc/{holder}/task/{holder}/children").read_text().split()
+        return pathlib.Path(f"/proc/{first}/root")
+
     def listening(self, address=None):
         """The sockets that are bound in the host as {(protocol, address, port)}, of one address if given."""
         found = set()

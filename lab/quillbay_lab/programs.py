@@ -11,6 +11,7 @@ BUILD = pathlib.Path(os.environ.get("QUILLBAY_BUILD", ROOT / "build" / "release"
 
 PHONE = BUILD / "bin" / "quillbay-phone"
 BULK_CLIENT = BUILD / "bin" / "quillbay-lab-client"
+DELAY = BUILD / "bin" / "quillbay-lab-delay"
 AGENT = BUILD / "bin" / "quillbay-agent"
 APPLICATION = BUILD / "bin" / "quillbay"
 CONTROL = BUILD / "bin" / "quillbayctl"

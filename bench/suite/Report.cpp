@@ -1,4 +1,4 @@
-#include "relay/Report.h"
+#include "suite/Report.h"
 
 #include <fmt/format.h>
 
@@ -32,7 +32,7 @@ double boundOf(const Row& row) {
 }
 
 void printTable(const std::vector<Row>& rows) {
-    fmt::print("{:<34} {:<8} {:>10} {:>21}  {}\n", "what", "who", "median", "spread", "own / who");
+    fmt::print("{:<44} {:<11} {:>10} {:>21}  {}\n", "what", "who", "median", "spread", "own / who");
     for (const Row& row : rows) {
         const auto own = row.values.find(row.own);
         for (const auto& [who, values] : row.values) {
@@ -42,7 +42,7 @@ void printTable(const std::vector<Row>& rows) {
             if (own != row.values.end() && who != row.own && middle != 0) {
                 ratio = fmt::format("{:.2f}", median(own->second) / middle);
             }
-            fmt::print("{:<34} {:<8} {:>10.2f} {:>10.2f}–{:<10.2f}  {}\n", row.name + " [" + row.unit + "]",
+            fmt::print("{:<44} {:<11} {:>10.2f} {:>10.2f}–{:<10.2f}  {}\n", row.name + " [" + row.unit + "]",
                        who, middle, *low, *high, ratio);
         }
     }
@@ -67,7 +67,8 @@ void printVerdicts(const std::vector<Row>& rows) {
 void writeJSON(const std::vector<Row>& rows, const std::string& file) {
     auto list = nlohmann::json::array();
     for (const Row& row : rows) {
-        nlohmann::json entry{{"name", row.name}, {"unit", row.unit}, {"values", row.values}};
+        nlohmann::json entry{
+            {"name", row.name}, {"unit", row.unit}, {"own", row.own}, {"values", row.values}};
         if (!row.limit.empty()) entry["limit"] = row.limit;
         if (row.wanted) {
             entry["wanted"] = {

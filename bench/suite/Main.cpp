@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "platform/UniqueDescriptor.h"
-#include "relay/Measurements.h"
-#include "relay/Report.h"
+#include "suite/Measurements.h"
+#include "suite/Report.h"
 
 namespace {
 
@@ -43,8 +43,8 @@ void enterOwnNetwork() {
     loopback.ifr_name[1] = 'o';
     loopback.ifr_flags = IFF_UP;
     if (::ioctl(control.get(), SIOCSIFFLAGS, &loopback) != 0) std::perror("note: lo");
-    // The system's own choice of ports keeps out of the range.
-    std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << "20000 50000\n";
+    // The system's own choice of ports keeps out of the range, and of those that are scanned.
+    std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << "20000 49000\n";
 }
 
 }  // namespace
