@@ -223,6 +223,36 @@ def test_ends_on_request_while_there_is_no_daemon(network):
         network.mac.start_avahi()
 
 
+@contextlib.contextmanager
+def wedged(host):
+    """The host's Avahi daemon stands still: its name is on the bus, and nothing is answered."""
+    daemon, = [line.split()[0] for line in host.run(["ps", "-axo", "pid=,args="], check=True).output.splitlines()
+               if line.split()[1] == "avahi-daemon"]
+    host.run(["kill", "-STOP", daemon], check=True)
+    try:
+        yield
+    finally:
+        host.run(["kill", "-CONT", daemon], check=True)
+
+
+def test_ends_on_request_while_the_daemon_stands_still(network):
+    with registration(network.mac) as program:
+        registered(program)
+        with wedged(network.mac):
+            program.process.signal(signal.SIGTERM)
+            assert program.process.wait(1) == 0
+        assert seconds_until_nobody_answers(network.desk, "iPhone") < 1
+
+
+def test_ends_on_request_while_it_waits_for_a_daemon_that_stands_still(network):
+    with wedged(network.mac):
+        with registration(network.mac) as program:
+            wait_until(lambda: program.host.run(["grep", "-q", "SigCgt:.*[4-7c-f]...$",
+                                                 f"/proc/{program.process.pid}/status"]).code == 0, 5, "it takes SIGTERM")
+            program.process.signal(signal.SIGTERM)
+            assert program.process.wait(1) == 0
+
+
 def test_goes_on_when_nobody_reads_what_it_prints(network):
     process = network.mac.spawn([programs.DNS_SD, "-i", "en0", "-P", "iPhone", TYPE, "local", "1", "far", MAC],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
