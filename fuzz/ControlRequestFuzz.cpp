@@ -25,6 +25,7 @@ struct CheckRequest {
     void operator()(const control::Phones&) const {}
     void operator()(const control::Providers&) const {}
     void operator()(const control::Log&) const {}
+    void operator()(const control::Settings&) const {}
     void operator()(const control::Peers& peers) const { checkText(peers.provider); }
     void operator()(const control::Start& start) const { checkText(start.profile); }
     void operator()(const control::Stop& stop) const { checkText(stop.profile); }

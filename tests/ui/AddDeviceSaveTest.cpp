@@ -199,12 +199,16 @@ TEST_F(AddDeviceSave, another_connector_is_another_device_in_place_of_the_former
 }
 
 TEST_F(AddDeviceSave, a_bridge_that_was_started_meanwhile_ends_with_the_former_device) {
-    const QString id = saveAndBridge("lena");
+    phone = std::make_unique<fakes::FakePhone>(world.phoneIP, fakes::FakePhone::Manner::answers);
+    const QString id = save(profile("lena", phone->port()));
     edit(id);
+    coordinator->start(stored(id));
+    ASSERT_TRUE(until([&] { return kindOf(id) == BridgeStatus::Kind::on; }));
     model->selectProvider("manual");
     model->setManualIP("100.64.0.9");
     model->save();
     EXPECT_EQ(kindOf(id), BridgeStatus::Kind::off);
+    EXPECT_FALSE(only().bridgeEnabled) << "the next start would switch it on";
     EXPECT_TRUE(until([&] { return world.tools.runningRegistrations() == 0; }));
     EXPECT_THAT(userLines(), Contains(::testing::EndsWith("Bridge is closed \"lena\"")));
 }
@@ -321,6 +325,19 @@ TEST_F(AddDeviceSave, a_new_device_that_is_saved_already_is_named_and_follows_it
               "connector.");
     coordinator->deleteProfile(lena);
     EXPECT_EQ(model->replacementWarning(), "");
+}
+
+TEST_F(AddDeviceSave, saving_does_not_warn_of_the_device_that_is_saved) {
+    QStringList warnings;
+    QObject::connect(model.get(), &AddDeviceModel::changed, model.get(),
+                     [&] { warnings.append(model->replacementWarning()); });
+    fill();
+    model->selectProvider("manual");
+    model->setManualIP("100.64.0.9");
+    model->save();
+    ASSERT_THAT(coordinator->profiles(), SizeIs(1));
+    warnings.append(model->replacementWarning());
+    EXPECT_THAT(warnings, ::testing::Each(QString()));
 }
 
 TEST_F(AddDeviceSave, tells_of_the_device_after_it_is_closed_and_stored) {

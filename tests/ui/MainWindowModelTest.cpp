@@ -27,6 +27,21 @@ TEST_F(MainWindowModelTest, hands_out_what_the_windows_share) {
     EXPECT_EQ(model->actions(), &shared->actions);
 }
 
+TEST_F(MainWindowModelTest, adding_a_device_takes_the_place_of_another_question) {
+    open();
+    const QString id = save("lena");
+    model->beginRename(id);
+    model->beginAdd();
+    EXPECT_FALSE(model->rename()->isOpen());
+    EXPECT_TRUE(model->addDevice()->isOpen());
+    model->addDevice()->cancel();
+    model->askRemoval(id);
+    model->beginAdd();
+    EXPECT_FALSE(model->removal()->isOpen());
+    EXPECT_TRUE(model->addDevice()->isOpen());
+    EXPECT_THAT(coordinator->profiles(), testing::SizeIs(1));
+}
+
 TEST_F(MainWindowModelTest, the_footer_names_version_and_build) {
     open();
     EXPECT_THAT(model->footer().toStdString(),

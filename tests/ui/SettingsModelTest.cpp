@@ -337,6 +337,8 @@ TEST_F(SettingsModelTest, a_restriction_that_cannot_be_saved_holds_and_says_so) 
     EXPECT_EQ(model->onlyThisComputerError(),
               "This holds until Quillbay quits. It could not be saved: Not a directory");
     fs::remove(configuration);
+    EXPECT_EQ(coordinator->setOnlyThisComputer(true), std::nullopt) << "at the terminal, once there is room";
+    EXPECT_EQ(model->onlyThisComputerError(), "");
     model->setOnlyThisComputer(false);
     EXPECT_EQ(model->onlyThisComputerError(), "");
 }

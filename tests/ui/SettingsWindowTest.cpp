@@ -170,6 +170,14 @@ TEST_F(SettingsWindowTest, sends_diagnostics_and_says_in_the_log_who_wanted_it) 
     EXPECT_TRUE(until([this] { return !desktop.mails.empty(); }));
 }
 
+TEST_F(SettingsWindowTest, a_double_click_asks_for_diagnostics_once) {
+    open();
+    doubleClick(control(QStringLiteral("Send diagnostics to support team")));
+    EXPECT_THAT(diagnosticLines(),
+                Contains(HasSubstr("User requested Send diagnostics to support team")).Times(1));
+    EXPECT_TRUE(until([this] { return !desktop.mails.empty(); }));
+}
+
 TEST_F(SettingsWindowTest, offers_a_newer_version_and_opens_its_page) {
     offerUpdate("1.5.0");
     open();

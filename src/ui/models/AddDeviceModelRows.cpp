@@ -130,6 +130,7 @@ std::optional<DeviceProfile> AddDeviceModel::enteredProfile() const {
 }
 
 QString AddDeviceModel::replacementWarning() const {
+    if (!open_) return {};
     const std::optional<DeviceProfile> entered = enteredProfile();
     if (!entered) return {};
     if (editingProfile_ && entered->id() == editingProfile_->id()) return {};
@@ -147,7 +148,13 @@ void AddDeviceModel::save() {
     if (!profile) return;
     const QString profileID = QString::fromStdString(profile->id());
     const std::string former = editingProfile_ ? editingProfile_->id() : "";
-    if (editingProfile_ && profile->id() != former) coordinator_.deleteProfile(*editingProfile_);
+    // The sheet does not show what its own saving changes, the device that is stored now for one thing.
+    open_ = false;
+    if (editingProfile_ && profile->id() != former) {
+        // A bridge that was switched on meanwhile ends with the former device.
+        profile->bridgeEnabled = editingProfile_->bridgeEnabled;
+        coordinator_.deleteProfile(*editingProfile_);
+    }
     coordinator_.saveProfile(*std::move(profile), AppCoordinator::SaveAnnouncement::announced);
     close();
     Q_EMIT saved(profileID, QString::fromStdString(former));

@@ -149,6 +149,9 @@ void MainWindowModel::remember(std::string_view key, const std::string& value) {
 }
 
 void MainWindowModel::beginAdd() {
+    // Asked from elsewhere, it takes the place of what the window is asking.
+    rename_.cancel();
+    removal_.cancel();
     addDevice_.openToAdd();
 }
 

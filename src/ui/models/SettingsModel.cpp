@@ -23,7 +23,11 @@ SettingsModel::SettingsModel(AppCoordinator& coordinator, const SettingsStore& s
         providers_.append(new ProviderSettingsModel(coordinator, type, this));
     published_ = coordinator_.published.add([this](AppCoordinator::Published part) {
         if (part == AppCoordinator::Published::launchAtLogin) Q_EMIT launchAtLoginChanged();
-        if (part == AppCoordinator::Published::access) Q_EMIT onlyThisComputerChanged();
+        if (part == AppCoordinator::Published::access) {
+            // What was said of an earlier change does not hold for this one.
+            onlyThisComputerError_.clear();
+            Q_EMIT onlyThisComputerChanged();
+        }
     });
     loadPersistedConfig();
 }
@@ -39,6 +43,7 @@ bool SettingsModel::onlyThisComputer() const {
 void SettingsModel::loadPersistedConfig() {
     for (ProviderSettingsModel* provider : std::as_const(providers_))
         provider->load(settings_);
+    launchAtLoginError_.clear();
     // The user may have changed it in the desktop's own settings.
     coordinator_.setLaunchAtLoginEnabled(launchAtLogin_.isEnabled());
 }

@@ -19,6 +19,8 @@ SectionCard {
             text: "Send diagnostics to support team"
             symbol: "paperplane"
             onClicked: card.send()
+            // A double click is one.
+            onDoubleClicked: {}
         }
         StyledText {
             Layout.fillWidth: true
