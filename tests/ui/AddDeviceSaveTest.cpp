@@ -200,7 +200,9 @@ TEST_F(AddDeviceSave, another_connector_is_another_device_in_place_of_the_former
 
 TEST_F(AddDeviceSave, a_bridge_that_was_started_meanwhile_ends_with_the_former_device) {
     phone = std::make_unique<fakes::FakePhone>(world.phoneIP, fakes::FakePhone::Manner::answers);
-    const QString id = save(profile("lena", phone->port()));
+    DeviceProfile lena = profile("lena", phone->port());
+    lena.bridgeEnabled = false;
+    const QString id = save(lena);
     edit(id);
     coordinator->start(stored(id));
     ASSERT_TRUE(until([&] { return kindOf(id) == BridgeStatus::Kind::on; }));
