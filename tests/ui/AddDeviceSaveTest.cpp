@@ -210,7 +210,7 @@ TEST_F(AddDeviceSave, a_bridge_that_was_started_meanwhile_ends_with_the_former_d
     model->setManualIP("100.64.0.9");
     model->save();
     EXPECT_EQ(kindOf(id), BridgeStatus::Kind::off);
-    EXPECT_FALSE(only().bridgeEnabled) << "the next start would switch it on";
+    EXPECT_FALSE(only().bridgeEnabled.value_or(false)) << "the next start would switch it on";
     EXPECT_TRUE(until([&] { return world.tools.runningRegistrations() == 0; }));
     EXPECT_THAT(userLines(), Contains(::testing::EndsWith("Bridge is closed \"lena\"")));
 }
