@@ -210,6 +210,8 @@ std::vector<long> callsOf(const std::function<void()>& body) {
 }
 
 TEST(Sockets, opening_thousands_costs_no_call_more_than_needed) {
+    // Only the first asks for the limit of descriptors.
+    static_cast<void>(listenTCP(here, 0));
     EXPECT_THAT(callsOf([] { static_cast<void>(listenTCP(here, 0).release()); }),
                 ElementsAre(SYS_socket, SYS_setsockopt, SYS_bind, SYS_listen));
     EXPECT_THAT(callsOf([] { static_cast<void>(bindUDP(here, 0).release()); }),
