@@ -26,6 +26,7 @@ struct Bulk {
 Bulk measureBulk(const Target& target, const Forwarder& through, int streams, Ways ways) {
     const bool manyPorts = through.port == firstPort;
     std::vector<Connection> connections;
+    connections.reserve(static_cast<std::size_t>(streams));
     for (int i = 0; i < streams; ++i)
         connections.push_back(connectThrough(through, target, manyPorts ? i : 0));
     const std::size_t directions = connections.size() * (ways == Ways::both ? 2 : 1);

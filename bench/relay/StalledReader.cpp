@@ -39,6 +39,7 @@ class StalledReader {
 
 double rateOfBusyStreams(const Forwarder& through, const Target& target) {
     std::vector<Connection> connections;
+    connections.reserve(static_cast<std::size_t>(streams));
     for (int i = 0; i < streams; ++i)
         connections.push_back(connectThrough(through, target));
     const auto start = Clock::now();

@@ -32,7 +32,7 @@ const std::array<char, places + 0x10000>& noise() {
 }
 
 const char* bodyOf(std::uint32_t flow, std::uint64_t number) {
-    return noise().data() + (number + 31 * flow) % places;
+    return noise().data() + (number + std::uint64_t{31} * flow) % places;
 }
 
 }  // namespace

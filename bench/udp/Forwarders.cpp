@@ -20,7 +20,7 @@ namespace {
 bool answers(const Forwarder& through) {
     const UniqueDescriptor client = openSocket(AF_INET, SOCK_DGRAM);
     const sockaddr_in to = ipv4Endpoint(through.address, through.port);
-    ::connect(client.get(), reinterpret_cast<const sockaddr*>(&to), sizeof to);
+    if (::connect(client.get(), reinterpret_cast<const sockaddr*>(&to), sizeof to) != 0) return false;
     std::array<char, 4> probe{"?"};
     if (::send(client.get(), probe.data(), probe.size(), 0) < 0) return false;
     pollfd asked{client.get(), POLLIN, 0};

@@ -21,7 +21,6 @@ namespace quillbay {
 namespace {
 
 using testing::ElementsAre;
-using testing::SizeIs;
 
 constexpr const char* here = "127.0.0.1";
 
