@@ -21,6 +21,12 @@ void end(std::optional<ChildProcess>& program) {
     program.reset();
 }
 
+/// What became of a question that met a window which was just going.
+bool isStumble(const std::optional<ChildResult>& result) {
+    return result && !result->status.success() &&
+           result->standardError.find("X Error of failed request") != std::string::npos;
+}
+
 /// "X=12" lines.
 int numberOf(const std::string& lines, const std::string& name) {
     std::istringstream reader(lines);
@@ -83,7 +89,10 @@ std::string XDesktop::xdotool(const std::vector<std::string>& words) const {
                                ChildCommand::Output::pipe,
                                ChildCommand::Output::pipe,
                                {{"DISPLAY", display_}}};
-    const auto result = runToEnd(command, limitBytes, StopToken(), std::chrono::seconds(20));
+    auto result = runToEnd(command, limitBytes, StopToken(), std::chrono::seconds(20));
+    // A window of anybody's that goes while a search walks over all of them ends that search.
+    for (int again = 0; again < 10 && isStumble(result); ++again)
+        result = runToEnd(command, limitBytes, StopToken(), std::chrono::seconds(20));
     if (!result || !result->status.success()) return "";
     std::string printed = result->standardOutput;
     while (printed.ends_with('\n'))
