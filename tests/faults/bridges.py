@@ -1,9 +1,6 @@
 """What a bridge that is up looks like from outside, and proof that it carries bytes."""
 
 import json
-import time
-
-from resources import holding
 
 from quillbay_lab import programs, wait_until
 from quillbay_lab.lab import MAC_ADDRESS
@@ -37,18 +34,6 @@ def warm_up(host, address=MAC_ADDRESS):
     for port in range(55000, 55010):
         for verb in ("get", "put"):
             transfer(host, 1_000_000, verb, port, address)
-
-
-def at_rest(host, pid):
-    """What the process holds once nothing is being opened or closed any more."""
-    def unchanged():
-        first = holding(host, pid)
-        time.sleep(0.5)
-        second = holding(host, pid)
-        parts = [(held.descriptors, held.children, held.threads) for held in (first, second)]
-        return second if parts[0] == parts[1] else None
-
-    return wait_until(unchanged, 20, "the process is at rest")
 
 
 def await_record(lab, phone, limit_seconds=10, address=MAC_ADDRESS):

@@ -89,6 +89,18 @@ def holding(host, pid):
         raise LabError(f"{host.name}: process {pid} is gone: {error}") from None
 
 
+def at_rest(host, pid):
+    """What the process holds once nothing is being opened or closed any more."""
+    def unchanged():
+        first = holding(host, pid)
+        time.sleep(0.5)
+        second = holding(host, pid)
+        parts = [(held.descriptors, held.children, held.threads) for held in (first, second)]
+        return second if parts[0] == parts[1] else None
+
+    return wait_until(unchanged, 20, "the process is at rest")
+
+
 def returns_to(host, pid, before, limit_seconds=10, memory_slack=_MEMORY_SLACK, flows=0):
     """Waits until the process holds as many children as before, no more descriptors and threads, and no more memory than
     the slack on top. `flows`: how many descriptors the datagrams that were sent since may keep, since a flow has no end of

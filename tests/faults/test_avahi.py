@@ -36,7 +36,7 @@ def test_the_daemon_is_stopped_and_started_again(lab, phone, bridged):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before, children = resources.holding(lab.mac, pid), sorted(resources.children_of(lab.mac, pid))
+    before, children = resources.at_rest(lab.mac, pid), sorted(resources.children_of(lab.mac, pid))
     lab.mac.stop_avahi()
     await_no_record(phone, lab.desk)
     assert status_of(lab) == ("on", None)
@@ -57,7 +57,7 @@ def test_a_bridge_is_stopped_and_started_while_there_is_no_daemon(lab, phone, br
     """
     pid, terminal = bridged.process.pid, Terminal(lab)
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     lab.mac.stop_avahi()
     assert terminal.run("stop", phone.name, limit_seconds=PROMPTLY_SECONDS).code == 0
     assert holders(lab, pid) == []
@@ -82,7 +82,7 @@ def test_the_daemon_is_wedged(lab, phone, bridged):
     """
     pid, terminal = bridged.process.pid, Terminal(lab)
     await_record(phone, lab.desk)
-    before, daemon = resources.holding(lab.mac, pid), daemon_of(lab.mac)
+    before, daemon = resources.at_rest(lab.mac, pid), daemon_of(lab.mac)
     send(lab.mac, signal.SIGSTOP, daemon)
     assert status_of(lab) == ("on", None)
     assert_traffic_works(lab.desk)
@@ -124,7 +124,7 @@ def test_the_daemon_is_restarted_again_and_again(lab, phone, bridged):
     same child, and nothing has piled up."""
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before, children = resources.holding(lab.mac, pid), sorted(resources.children_of(lab.mac, pid))
+    before, children = resources.at_rest(lab.mac, pid), sorted(resources.children_of(lab.mac, pid))
     for _ in range(10):
         lab.restart_avahi(lab.mac)
     await_record(phone, lab.desk)

@@ -9,7 +9,7 @@ import bridges
 import pytest
 from control import Control
 from injection import Injection
-from resources import processor_share, returns_to
+from resources import at_rest, processor_share, returns_to
 
 from quillbay_lab import Agent, Phone, Terminal, wait_until
 from quillbay_lab.update_service import UpdateService
@@ -52,7 +52,7 @@ def test_a_day_ahead_and_back_disturbs_no_bridge(lab, phone, agent, clock):
     with Control(lab.mac) as control:
         log_is_at(agent, control, phone, 0)
         bridges.warm_up(lab.desk)
-        before = bridges.at_rest(lab.mac, pid)
+        before = at_rest(lab.mac, pid)
         for shift in (_DAY_SECONDS, 0, -_DAY_SECONDS, 0):
             client = bridges.start_transfer(lab.desk, 50_000_000)
             clock.shift_clock(shift)

@@ -8,7 +8,7 @@ import bridges
 import developer_tools
 import pytest
 from control import await_control
-from resources import holding, processes_of, returns_to
+from resources import at_rest, holding, processes_of, returns_to
 
 from quillbay_lab import wait_until
 from quillbay_lab.lab import MAC_ADDRESS
@@ -65,7 +65,7 @@ def test_cycles_of_start_and_stop_hold_on_to_nothing(lab, phone, agent, cycles):
 def settled(host, pid):
     """What the process holds once the sockets and children of its last cycle are gone, and it has asked for updates."""
     wait_until(lambda: holding(host, pid).children == 0, 10, "the last cycle's children are gone")
-    return bridges.at_rest(host, pid)
+    return at_rest(host, pid)
 
 
 def own_memory(host, pid):

@@ -123,7 +123,7 @@ def test_datagrams_from_very_many_source_ports(lab, phone, bridged, count):
     pid = bridged.process.pid
     await_record(phone, lab.desk)
     datagrams(lab.desk, 55001, 10)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     kept = 1000
     report = lab.desk.run([PYTHON, "-m", "clients.sources", DESK_ADDRESS, MAC_ADDRESS, 55000, 10_000, count, kept], 300,
                           check=True)
@@ -164,7 +164,7 @@ def test_six_thousand_clients_that_say_nothing(lab, phone, bridged):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     crowd = Helper(lab.desk, "crowd", MAC_ADDRESS, 55002, 6000)
     assert crowd.reached == {"connected": 6000}
     wait_until(lambda: resources.holding(lab.mac, pid).descriptors == before.descriptors + 12_000, 10, "all are served")
@@ -188,7 +188,7 @@ def test_more_silent_clients_than_there_are_descriptors(lab, phone, bridged):
     leave, those that waited are served.
     """
     pid = bridged.process.pid
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     crowds = [Helper(lab.desk, "crowd", MAC_ADDRESS, port, 1000) for port in range(55000, 55009)]
     assert [crowd.reached for crowd in crowds] == [{"connected": 1000}] * 9
     wait_until(lambda: resources.holding(lab.mac, pid).descriptors > 19_500, 10, "the descriptors are used up")
@@ -213,7 +213,7 @@ def test_an_hour_of_one_byte_a_second(lab, phone, bridged):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     result = lab.desk.run([PYTHON, "-m", "clients.drip", MAC_ADDRESS, 55004, 3600], 60, check=True)
     outcome = json.loads(result.output)
     assert outcome["right"] == 3600

@@ -73,7 +73,7 @@ def test_half_of_the_tunnel_range_taken_by_others(lab, phone, agent):
     assert squatter.process.wait(10) == 0
     terminal = Terminal(lab)
     assert terminal.run("stop", phone.name).code == 0
-    stopped = resources.holding(lab.mac, pid)
+    stopped = resources.at_rest(lab.mac, pid)
     assert terminal.run("start", phone.name).code == 0
     await_state(lab, "on", 20)
     wait_until(lambda: len(lab.mac.listening(MAC_ADDRESS)) == EVERY_SOCKET, 5, "every port is open")
@@ -92,7 +92,7 @@ def test_a_thousand_address_changes_in_a_burst(lab, phone, bridged):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     last = another_address(999)
     batch_of_addresses(lab, [another_address(number) for number in range(1000)])
     bridged.await_diagnostic(f"en0 IP changed: {last} — restarting bridges", 30)
@@ -114,7 +114,7 @@ def test_a_thousand_address_changes_that_each_restart_the_bridge(lab, phone, bri
     the end as after one change.
     """
     pid = bridged.process.pid
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     most = before
     for number in range(1000):
         address = another_address(number)
@@ -152,7 +152,7 @@ def test_en0_loses_its_address_while_traffic_runs(lab, phone, bridged, seconds):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     # The Mac's own program: it reaches the relay without any link.
     client = start_transfer(lab.mac, 55004, 50_000_000_000)
     await_bytes_through_mesh(lab, 1000)
@@ -161,7 +161,8 @@ def test_en0_loses_its_address_while_traffic_runs(lab, phone, bridged, seconds):
                "the state tells what is missing")
     bridged.await_diagnostic("en0 IP changed: none — restarting bridges", 1)
     bridged.await_user_line("Connection error: Couldn't determine this Mac's network address.", 1)
-    assert lab.mac.listening(MAC_ADDRESS) == set()
+    # The state does not wait for the threads that close the sockets.
+    wait_until(lambda: lab.mac.listening(MAC_ADDRESS) == set(), 5, "nothing listens any more")
     wait_until(lambda: resources.children_of(lab.mac, pid) == [], 5, "no child is left")
     wait_until(lambda: resources.holding(lab.mac, pid).descriptors < before.descriptors - EVERY_SOCKET, 5,
                "every descriptor of the bridge is closed")
@@ -185,7 +186,7 @@ def test_en0_has_no_link_while_traffic_runs(lab, phone, bridged, seconds):
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     client = start_transfer(lab.desk, 55005, 500_000_000)
     await_bytes_through_mesh(lab, 1000)
     lab.mac.run("ip link set en0 down".split(), check=True)
@@ -213,7 +214,7 @@ def test_the_phones_host_is_cut_off_in_the_middle_of_transfers(lab, phone, bridg
     """
     pid = bridged.process.pid
     await_record(phone, lab.desk)
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     clients = [lab.desk.spawn([programs.BULK_CLIENT, verb, MAC_ADDRESS, port, 7, 400_000_000], stdout=subprocess.PIPE)
                for verb, port in (("get", 55006), ("put", 55007))]
     await_bytes_through_mesh(lab, 2000)
@@ -240,7 +241,7 @@ def test_clients_that_connect_while_the_phones_host_is_cut_off(lab, phone, bridg
     Each costs two descriptors while it is there and none afterwards, and the bridge works once the phone is back.
     """
     pid = bridged.process.pid
-    before = resources.holding(lab.mac, pid)
+    before = resources.at_rest(lab.mac, pid)
     lab.mesh_down()
     crowd = Helper(lab.desk, "crowd", MAC_ADDRESS, 55008, 200)
     assert crowd.reached == {"connected": 200}

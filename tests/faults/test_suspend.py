@@ -7,7 +7,7 @@ import time
 import bridges
 import pytest
 from control import Control, root_of
-from resources import children_of, processor_share, returns_to
+from resources import at_rest, children_of, processor_share, returns_to
 
 from quillbay_lab import wait_until
 from quillbay_lab.lab import MAC_ADDRESS
@@ -46,7 +46,7 @@ def test_goes_on_where_it_was(lab, phone, bridged, whom, seconds):
     pid = bridged.process.pid
     wait_until(lambda: any("journalctl" in line for line in children_of(lab.mac, pid)), 5, "the log is followed")
     bridges.warm_up(lab.desk)
-    before = bridges.at_rest(lab.mac, pid)
+    before = at_rest(lab.mac, pid)
     registered = bridges.registrations(lab.mac)
     lines = len(bridged.diagnostics())
     clients = [bridges.start_transfer(lab.desk, 150_000_000, verb, port) for verb, port in (("get", 55001), ("put", 55002))]

@@ -14,7 +14,7 @@ import time
 
 import bridges
 from disk import Disk
-from resources import holding, returns_to
+from resources import at_rest, holding, returns_to
 
 from quillbay_lab import Lab, LabError, Phone, paired_agent
 
@@ -55,7 +55,7 @@ class Soak:
         self._disturbance = Disturbance()
         self._made = collections.Counter()
         bridges.warm_up(lab.desk)
-        self._before = bridges.at_rest(lab.mac, self._agent.process.pid)
+        self._before = at_rest(lab.mac, self._agent.process.pid)
         self._load = Load(lab, seed, self._disturbance, lambda: self._mishaps.address)
         self._start = time.monotonic()
         self._minute = 0
