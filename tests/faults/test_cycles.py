@@ -53,7 +53,7 @@ def test_cycles_of_start_and_stop_hold_on_to_nothing(lab, phone, agent, cycles):
         # Of a thousand, the first seven hundred have filled the log.
         assert own_after <= own_late + _SLACK_BYTES
         assert own_after <= own_before + _LOG_BYTES
-        assert lab.mac.listening(MAC_ADDRESS) == set()
+        wait_until(lambda: lab.mac.listening(MAC_ADDRESS) == set(), 5, "nothing listens any more")
         assert bridges.registrations(lab.mac) == []
         control.ask("start", profile=phone.host)
         control.await_state("on", 10)
