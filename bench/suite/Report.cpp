@@ -25,6 +25,7 @@ double boundOf(const Row& row) {
     const Wanted& wanted = row.wanted.value();
     if (wanted.peers.empty()) return wanted.bound;
     std::vector<double> medians;
+    medians.reserve(wanted.peers.size());
     for (const std::string& peer : wanted.peers)
         medians.push_back(median(row.values.at(peer)));
     const auto [low, high] = std::minmax_element(medians.begin(), medians.end());
