@@ -61,6 +61,15 @@ Forwarder socat(std::uint16_t target, Listens listens) {
     return made;
 }
 
+Forwarder ownProgram(std::vector<std::string> command) {
+    command.insert(command.begin(), QUILLBAY_BENCH_RELAY);
+    Forwarder made{"127.0.0.1", 0, std::make_unique<Child>(command)};
+    const std::string line = made.child->line();
+    if (!line.starts_with("port ")) throw std::runtime_error("the relay did not start");
+    made.port = static_cast<std::uint16_t>(std::stoi(line.substr(5)));
+    return made;
+}
+
 /// Waits until a connection comes out at the other end.
 void untilItForwards(const Forwarder& through, const Target& target, const std::string& who) {
     constexpr int limit = 1000;
@@ -87,17 +96,8 @@ Forwarder direct(std::uint16_t target) {
 }
 
 Forwarder relay(std::uint16_t target, Listens listens) {
-    std::vector<std::string> command{QUILLBAY_BENCH_RELAY, "serve", std::to_string(target)};
-    if (listens == Listens::onTheFullRange) {
-        command[1] = "range";
-        command.push_back(std::to_string(firstPort));
-        command.push_back(std::to_string(lastPort));
-    }
-    Forwarder made{"127.0.0.1", 0, std::make_unique<Child>(command)};
-    const std::string line = made.child->line();
-    if (!line.starts_with("port ")) throw std::runtime_error("the relay did not start");
-    made.port = static_cast<std::uint16_t>(std::stoi(line.substr(5)));
-    return made;
+    if (listens == Listens::onOnePort) return ownProgram({"serve", std::to_string(target)});
+    return ownProgram({"range", std::to_string(target), std::to_string(firstPort), std::to_string(lastPort)});
 }
 
 Forwarder forwarder(const std::string& who, const Target& target, Listens listens) {
@@ -106,6 +106,7 @@ Forwarder forwarder(const std::string& who, const Target& target, Listens listen
     Forwarder made = who == "relay"     ? relay(target.port(), listens)
                      : who == "haproxy" ? haproxy(target.port(), listens, folder)
                      : who == "nginx"   ? nginx(target.port(), listens, folder)
+                     : who == "bare"    ? ownProgram({"forward", std::to_string(target.port())})
                                         : socat(target.port(), listens);
     untilItForwards(made, target, who);
     return made;

@@ -29,9 +29,9 @@ std::vector<std::string> tcpPeers();
 Forwarder direct(std::uint16_t target);
 /// This system's relays, in a process of their own.
 Forwarder relay(std::uint16_t target, Listens listens);
-/// One that passes TCP connections on to `target`, by the name that it has in the rows: "relay", "direct" or
-/// a peer, which gets as many threads as the relays have. Returns when it does so. Throws std::runtime_error
-/// when it does not.
+/// One that passes TCP connections on to `target`, by the name that it has in the rows: "relay", "direct",
+/// "bare" (on one port, whatever is asked: nothing but the system calls) or a peer, which gets as many
+/// threads as the relays have. Returns when it does so. Throws std::runtime_error when it does not.
 Forwarder forwarder(const std::string& who, const Target& target, Listens listens);
 
 }  // namespace quillbay::bench

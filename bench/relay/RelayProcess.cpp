@@ -4,13 +4,16 @@
 //     quillbay-bench-relay serve TARGET              one TCP relay on a port of the system's choice
 //     quillbay-bench-relay range TARGET FIRST LAST   a TCP and a UDP relay on each port
 //     quillbay-bench-relay empty                     the same program without any relay
+//     quillbay-bench-relay forward TARGET            the least that can forward to it, on a port of the
+//     system's
+//                                                    choice
 //     quillbay-bench-relay open FIRST LAST           opens the range, moves it to another address and stops
-//     it, and
-//                                                    prints the milliseconds of each and how many sockets
+//     it,
+//                                                    and prints the milliseconds of each and how many sockets
 //                                                    there were
 //     quillbay-bench-relay bare FIRST LAST           the same with nothing but the system calls
 //
-// The first three print "port N" when they are ready and run until standard input ends.
+// The first four print "port N" when they are ready and run until standard input ends.
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -27,6 +30,7 @@
 #include "platform/DescriptorTable.h"
 #include "platform/NetworkThreads.h"
 #include "platform/Sockets.h"
+#include "relay/BareForwarder.h"
 
 namespace {
 
@@ -178,6 +182,10 @@ int main(int argc, char** argv) {
         if (arguments.at(0) == "serve") return serve(port(1));
         if (arguments.at(0) == "range") return serveRange(port(1), number(2), number(3));
         if (arguments.at(0) == "empty") return serveNothing();
+        if (arguments.at(0) == "forward") {
+            bench::forwardBare(port(1), announce);
+            return 0;
+        }
         if (arguments.at(0) == "open") return openAndStop(number(1), number(2));
         if (arguments.at(0) == "bare") return bareCalls(number(1), number(2));
     } catch (const std::exception& error) {

@@ -25,8 +25,8 @@ packages_of() {
                 "${screen[@]}"
             ;;
         check)
-            printf '%s\n' clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev llvm-19 npm nodejs file git \
-                shellcheck util-linux appstream desktop-file-utils librsvg2-bin libxml2-utils
+            printf '%s\n' clang-19 clang-format-19 clang-tidy-19 libclang-19-dev libclang-rt-19-dev llvm-19 llvm-19-dev \
+                npm nodejs file git shellcheck util-linux appstream desktop-file-utils librsvg2-bin libxml2-utils
             ;;
         # The libraries of the peers, which themselves are unpacked and not installed: see peers.sh.
         bench) printf '%s\n' libcrypt1 liblua5.3-0 libopentracing-c-wrapper0 libpcre2-8-0 libssl3 nmap python3 socat zlib1g ;;

@@ -20,6 +20,9 @@ import sys
 
 TIDY = "clang-tidy-19"
 COMPILER = "clang++-19"
+LLVM_CONFIG = "llvm-config-19"
+# See there; without it every run would find the same, in twice the time and more.
+SCOPE = os.path.join("script", "lib", "tidy_scope.cpp")
 # path:line:column: error: text [check]
 FINDING = re.compile(r"^(?P<path>[^\s:][^:]*):\d+:\d+: (?:warning|error|fatal error): .*$", re.MULTILINE)
 LIMIT_SECONDS = 600
@@ -45,6 +48,15 @@ def entries(folders, root):
             yield source, folder, arguments, entry["directory"]
 
 
+def compiled_scope():
+    """The library of SCOPE, made anew: its compiler and its headers are those of this clang-tidy."""
+    library = os.path.join(os.getcwd(), "build", "tidy_scope.so")
+    flags = subprocess.run([LLVM_CONFIG, "--cxxflags"], capture_output=True, text=True, check=True).stdout.split()
+    command = [COMPILER, *flags, "-O1", "-fPIC", "-shared", SCOPE, "-o", library]
+    subprocess.run(command, check=True)
+    return library
+
+
 def fingerprint(source, arguments, directory, configuration):
     """What the analysis depends on; nothing when the source does not even preprocess."""
     plain = []
@@ -67,7 +79,7 @@ def fingerprint(source, arguments, directory, configuration):
     return digest.hexdigest()
 
 
-def analyse(entry, cache, configuration):
+def analyse(entry, scope, cache, configuration):
     source, folder, arguments, directory = entry
     key = fingerprint(source, arguments, directory, configuration) if cache else None
     mark = os.path.join(cache, key) if key else None
@@ -75,7 +87,7 @@ def analyse(entry, cache, configuration):
         return source, 0, "", True
     try:
         result = subprocess.run(
-            [TIDY, *ARGUMENTS, "-p", folder, source],
+            [TIDY, f"--load={scope}", *ARGUMENTS, "-p", folder, source],
             capture_output=True,
             text=True,
             errors="replace",
@@ -122,14 +134,15 @@ def main():
         os.makedirs(cache, exist_ok=True)
     version = subprocess.run([TIDY, "--version"], capture_output=True, check=True).stdout
     configuration = version + " ".join(ARGUMENTS).encode()
-    for path in (".clang-tidy", os.path.join("tests", ".clang-tidy")):
+    for path in (".clang-tidy", os.path.join("tests", ".clang-tidy"), SCOPE):
         with open(path, "rb") as file:
             configuration += file.read()
 
+    scope = compiled_scope()
     work = list(entries(options.folders, root))
     findings, in_headers, bad_sources, reused = set(), 0, 0, 0
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        runs = [pool.submit(analyse, entry, cache, configuration) for entry in work]
+        runs = [pool.submit(analyse, entry, scope, cache, configuration) for entry in work]
         for number, run in enumerate(concurrent.futures.as_completed(runs), 1):
             source, status, text, from_cache = run.result()
             reused += from_cache

@@ -23,7 +23,7 @@ class PortScan::Lane : public std::enable_shared_from_this<Lane> {
     Lane(std::shared_ptr<PortScan> scan, boost::asio::io_context& loop)
         : scan_(std::move(scan)), loop_(loop), pause_(loop) {}
 
-    /// By way of the loop: relays on this thread get their turn between two probes, and nothing recurses.
+    /// By way of the loop: others on this thread get their turn between two probes, and nothing recurses.
     void advanceSoon() {
         boost::asio::post(loop_, [self = shared_from_this()] { self->advance(); });
     }

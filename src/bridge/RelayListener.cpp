@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <boost/asio/post.hpp>
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
@@ -64,18 +63,18 @@ std::optional<in_addr> sourceOf(int client) {
 
 }  // namespace
 
-RelayListener::RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+RelayListener::RelayListener(EventLoop& loop, std::string localIP, std::uint16_t localPort,
                              const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
     : loop_(loop),
       localIP_(std::move(localIP)),
       localPort_(localPort),
       onError_(onError),
-      socket_(loop),
+      socket_(loop, *this),
       access_(std::move(access)) {}
 
 void RelayListener::start() {
     static_cast<void>(ipv4Endpoint(localIP_, localPort_));  // throws for what can be no address of a listener
-    boost::asio::post(loop_, [self = shared_from_this()] {
+    loop_.post([self = shared_from_this()] {
         if (self->stopped_) return;
         if (auto error = self->openAndListen()) self->fail(std::move(error));
     });
@@ -84,7 +83,6 @@ void RelayListener::start() {
 std::exception_ptr RelayListener::openAndListen() {
     try {
         adopt(open(localIP_, localPort_));
-        listen();
         return nullptr;
     } catch (...) {
         end();
@@ -94,15 +92,20 @@ std::exception_ptr RelayListener::openAndListen() {
 
 void RelayListener::adopt(UniqueDescriptor opened) {
     const std::uint16_t port = localPort_ != 0 ? localPort_ : quillbay::boundPort(opened.get());
-    socket_.adopt(std::move(opened));
+    socket_.adopt(std::move(opened), SocketEvents::read);
     address_ = ipv4Endpoint(localIP_, port).sin_addr;
     port_ = port;
+}
+
+void RelayListener::readable(WatchedSocket& /*socket*/) {
+    const auto self = shared_from_this();  // who hears of a failure may let go of it
+    serve();
 }
 
 void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
     if (stopped_) throw systemError(ECANCELED);
     const auto meeting = std::make_shared<BlockingStart>();
-    boost::asio::post(loop_, [self = shared_from_this(), meeting] {
+    loop_.post([self = shared_from_this(), meeting] {
         if (self->stopped_) return meeting->failed(std::make_exception_ptr(systemError(ECANCELED)));
         if (auto error = self->openAndListen()) return meeting->failed(std::move(error));
         if (!meeting->ready()) self->end();
@@ -112,7 +115,7 @@ void RelayListener::startBlocking(std::chrono::milliseconds timeout) {
 
 void RelayListener::stop() {
     silence();
-    boost::asio::post(loop_, [self = shared_from_this()] {
+    loop_.post([self = shared_from_this()] {
         self->end();
         self->cancelConnections();
     });
@@ -120,14 +123,14 @@ void RelayListener::stop() {
 
 void RelayListener::abandon() {
     silence();
-    boost::asio::post(loop_, [self = shared_from_this()] {
+    loop_.post([self = shared_from_this()] {
         self->end();
         self->forgetConnections();
     });
 }
 
 void RelayListener::endConnectionsOfOthers() {
-    boost::asio::post(loop_, [self = shared_from_this()] { self->endRefusedConnections(); });
+    loop_.post([self = shared_from_this()] { self->endRefusedConnections(); });
 }
 
 bool RelayListener::admitsConnection(int client) {

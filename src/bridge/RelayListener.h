@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <boost/asio/io_context.hpp>
 #include <chrono>
 #include <cstdint>
 #include <exception>
@@ -12,6 +11,7 @@
 #include "bridge/RelayAccess.h"
 #include "bridge/RelayErrorCallback.h"
 #include "bridge/WatchedSocket.h"
+#include "platform/EventLoop.h"
 #include "platform/UniqueDescriptor.h"
 
 namespace quillbay {
@@ -22,10 +22,10 @@ namespace quillbay {
 /// The socket and all that comes of it live on the loop of the local port. The members that may be called on
 /// any thread only post to it, so a socket that is closed is closed before the next one on the same port is
 /// opened.
-class RelayListener : public std::enable_shared_from_this<RelayListener> {
+class RelayListener : public std::enable_shared_from_this<RelayListener>, protected SocketUser {
  public:
     /// Without `access`, everybody may use it.
-    RelayListener(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+    RelayListener(EventLoop& loop, std::string localIP, std::uint16_t localPort,
                   const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access = nullptr);
     virtual ~RelayListener() = default;
     RelayListener(const RelayListener&) = delete;
@@ -55,8 +55,9 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     // On the loop:
 
     virtual UniqueDescriptor open(const std::string& address, std::uint16_t port) = 0;
-    /// The socket is open: waits for clients.
-    virtual void listen() = 0;
+    void readable(WatchedSocket& socket) override;
+    /// A client has come; `listen` has to follow, or nothing is told of the next one.
+    virtual void serve() = 0;
     virtual void cancelConnections() = 0;
     virtual void forgetConnections() = 0;
     /// Ends the connections whose client may not stay.
@@ -73,7 +74,10 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     /// The listener has failed; it is closed. Connections stay.
     void fail(std::exception_ptr error);
 
-    boost::asio::io_context& loop() { return loop_; }
+    /// Waits for clients.
+    void listen() { socket_.wait(SocketEvents::read); }
+
+    EventLoop& loop() { return loop_; }
     WatchedSocket& socket() { return socket_; }
 
  private:
@@ -84,7 +88,7 @@ class RelayListener : public std::enable_shared_from_this<RelayListener> {
     void end();
     void silence();
 
-    boost::asio::io_context& loop_;
+    EventLoop& loop_;
     const std::string localIP_;
     const std::uint16_t localPort_;
     const RelayErrorCallback onError_;

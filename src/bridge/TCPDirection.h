@@ -40,10 +40,6 @@ class TCPDirection {
     /// Everything that the source sent has been handed to the kernel.
     [[nodiscard]] bool delivered() const { return ended_ && held_.empty(); }
 
-    // Whether a wait for this direction is under way; kept by the pair.
-    bool receiveArmed = false;
-    bool sendArmed = false;
-
  private:
     enum class Received { all, more, nothing };
     Received receiveIntoBuffer();

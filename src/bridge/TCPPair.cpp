@@ -21,32 +21,53 @@ int takeSocketError(int descriptor) {
 
 }  // namespace
 
-TCPPair::TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits)
+TCPPair::TCPPair(EventLoop& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits)
     : loop_(loop),
       owner_(std::move(owner)),
       limits_(limits),
-      client_(loop),
-      phone_(loop),
+      client_(loop, *this),
+      phone_(loop, *this),
       toPhone_(client_, phone_),
       toClient_(phone_, client_) {
     toClient_.openDestination();
 }
 
 void TCPPair::adopt(UniqueDescriptor client, UniqueDescriptor phone) {
-    client_.adopt(std::move(client));
-    phone_.adopt(std::move(phone));
+    const auto self = shared_from_this();
+    client_.adopt(std::move(client), SocketEvents::read, self);
+    try {
+        phone_.adopt(std::move(phone), SocketEvents::write, self);
+    } catch (...) {
+        client_.close();
+        throw;
+    }
 }
 
 void TCPPair::start(const SocketAddress* phoneAddress) {
     if (phoneAddress == nullptr) return close();
     const int failed = ::connect(phone_.get(), phoneAddress->get(), phoneAddress->size());
     if (failed != 0 && errno != EINPROGRESS && errno != EINTR) return close();
-    phone_.whenWritable([self = shared_from_this()] { self->connected(); });
     proceed();
 }
 
+void TCPPair::readable(WatchedSocket& socket) {
+    if (state_ == State::closing) {
+        drain(socket);
+        finishWhenDrained();
+    } else if (state_ != State::closed) {
+        receive(&socket == &client_ ? toPhone_ : toClient_);
+    }
+}
+
+void TCPPair::writable(WatchedSocket& socket) {
+    if (state_ == State::connecting && &socket == &phone_) {
+        connected();
+    } else if (state_ == State::connecting || state_ == State::open) {
+        send(&socket == &phone_ ? toPhone_ : toClient_);
+    }
+}
+
 void TCPPair::connected() {
-    if (state_ != State::connecting) return;
     if (takeSocketError(phone_.get()) != 0) return close();
     state_ = State::open;
     toPhone_.openDestination();
@@ -54,30 +75,25 @@ void TCPPair::connected() {
     proceed();
 }
 
-void TCPPair::received(TCPDirection& direction) {
-    direction.receiveArmed = false;
-    if (state_ == State::closing || state_ == State::closed || other(direction).ended()) return;
-    direction.receive();
+void TCPPair::receive(TCPDirection& direction) {
+    if (!other(direction).ended()) direction.receive();
     proceed();
 }
 
-void TCPPair::writable(TCPDirection& direction) {
-    direction.sendArmed = false;
-    if (state_ == State::closing || state_ == State::closed) return;
+void TCPPair::send(TCPDirection& direction) {
     if (direction.flush()) clearDeadline();
     proceed();
 }
 
 void TCPPair::proceed() {
     if (isOver()) return close();
-    arm(toPhone_, client_, phone_);
-    if (state_ == State::open) arm(toClient_, phone_, client_);
+    waitFor(toPhone_, client_, phone_);
+    if (state_ == State::open) waitFor(toClient_, phone_, client_);
     const bool relayIsGone = owner_.expired();
-    const bool waiting = toPhone_.receiveArmed || toPhone_.sendArmed || toClient_.receiveArmed ||
-                         toClient_.sendArmed || state_ == State::connecting;
+    const bool waiting = client_.waitsFor(SocketEvents::both) || phone_.waitsFor(SocketEvents::both);
     if (relayIsGone && !waiting) return close();
     const bool ending = toPhone_.ended() || toClient_.ended() || toPhone_.broken() || toClient_.broken();
-    if (ending && !deadline_) setDeadline(limits_.stalled, [](TCPPair& self) { self.close(); });
+    if (ending && !deadline_) setDeadline(limits_.stalled);
 }
 
 bool TCPPair::isOver() const {
@@ -86,16 +102,10 @@ bool TCPPair::isOver() const {
     return toPhone_.delivered() || toClient_.delivered() || (toPhone_.broken() && toClient_.broken());
 }
 
-void TCPPair::arm(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination) {
-    if (direction.wantsToSend() && !direction.sendArmed) {
-        direction.sendArmed = true;
-        destination.whenWritable([self = shared_from_this(), &direction] { self->writable(direction); });
-    }
+void TCPPair::waitFor(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination) {
+    if (direction.wantsToSend()) destination.wait(SocketEvents::write);
     const bool last = owner_.expired() || other(direction).ended();
-    if (direction.wantsToReceive() && !direction.receiveArmed && !last) {
-        direction.receiveArmed = true;
-        source.whenReadable([self = shared_from_this(), &direction] { self->received(direction); });
-    }
+    if (direction.wantsToReceive() && !last) source.wait(SocketEvents::read);
 }
 
 void TCPPair::close() {
@@ -105,11 +115,7 @@ void TCPPair::close() {
     state_ = State::closing;
     if (const auto owner = owner_.lock()) owner->pairEnded(*this);
     if (!phoneIsConnected) phone_.close();
-    setDeadline(limits_.drain, [](TCPPair& pair) {
-        pair.client_.close();
-        pair.phone_.close();
-        pair.finishWhenDrained();
-    });
+    setDeadline(limits_.drain);
     endSending(client_, toPhone_);
     endSending(phone_, toClient_);
     finishWhenDrained();
@@ -120,7 +126,7 @@ void TCPPair::endSending(WatchedSocket& socket, const TCPDirection& from) {
     // Nothing comes after an end that was seen, so nothing can turn this close into a reset.
     if (from.ended()) return socket.close();
     ::shutdown(socket.get(), SHUT_WR);
-    waitToDrain(socket);
+    socket.wait(SocketEvents::read);
 }
 
 void TCPPair::drain(WatchedSocket& socket) {
@@ -133,14 +139,7 @@ void TCPPair::drain(WatchedSocket& socket) {
         if ((count <= 0 && !nothingYet) || drainedBytes_ > limits_.drainBytes) return socket.close();
         if (nothingYet) break;
     }
-    waitToDrain(socket);
-}
-
-void TCPPair::waitToDrain(WatchedSocket& socket) {
-    socket.whenReadable([self = shared_from_this(), &socket] {
-        self->drain(socket);
-        self->finishWhenDrained();
-    });
+    socket.wait(SocketEvents::read);
 }
 
 void TCPPair::finishWhenDrained() {
@@ -151,6 +150,7 @@ void TCPPair::finishWhenDrained() {
 }
 
 void TCPPair::cancel() {
+    const auto self = shared_from_this();  // its sockets may hold the only other reference
     state_ = State::closed;
     clearDeadline();
     for (WatchedSocket* socket : {&client_, &phone_}) {
@@ -164,20 +164,24 @@ void TCPPair::cancel() {
     }
 }
 
-template <typename Action>
-void TCPPair::setDeadline(std::chrono::milliseconds limit, Action action) {
+void TCPPair::setDeadline(std::chrono::milliseconds limit) {
     clearDeadline();
-    deadline_.emplace(loop_, limit);
-    deadline_->async_wait(
-        [weak = weak_from_this(), number = deadlineNumber_, action](const boost::system::error_code& error) {
-            const auto self = weak.lock();
-            if (!error && self && number == self->deadlineNumber_) action(*self);
-        });
+    deadline_ = loop_.startTimer(limit, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->deadlineIsOver();
+    });
 }
 
 void TCPPair::clearDeadline() {
+    if (deadline_) loop_.cancelTimer(*deadline_);
     deadline_.reset();
-    ++deadlineNumber_;
+}
+
+void TCPPair::deadlineIsOver() {
+    deadline_.reset();
+    if (state_ != State::closing) return close();
+    client_.close();
+    phone_.close();
+    finishWhenDrained();
 }
 
 }  // namespace quillbay

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstddef>
 #include <list>
@@ -11,6 +9,7 @@
 #include "bridge/SocketAddress.h"
 #include "bridge/TCPDirection.h"
 #include "bridge/WatchedSocket.h"
+#include "platform/EventLoop.h"
 #include "platform/UniqueDescriptor.h"
 
 namespace quillbay {
@@ -56,16 +55,17 @@ class TCPPairOwner {
 /// Draining is what keeps the end of a delivery whole: closing a socket that has unread bytes, or gets some
 /// later, resets the connection, and the reset overtakes what the receiver has not read yet.
 ///
-/// Lives on its relay's loop. The relay holds it until it is closed; each wait that is under way holds it
-/// too, and it holds the relay weakly: when that is gone, each receive that completes is the last of its
-/// direction, and the pair closes with the last of both. `cancel` closes everything at once.
-class TCPPair : public std::enable_shared_from_this<TCPPair> {
+/// Lives on its relay's loop. The relay holds it until it is closed; its open sockets hold it too, and it
+/// holds the relay weakly: when that is gone, each receive that completes is the last of its direction, and
+/// the pair closes with the last of both. `cancel` closes everything at once.
+class TCPPair final : public std::enable_shared_from_this<TCPPair>, private SocketUser {
  public:
-    TCPPair(boost::asio::io_context& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits = {});
+    TCPPair(EventLoop& loop, std::weak_ptr<TCPPairOwner> owner, TCPPairLimits limits = {});
 
-    /// Takes both sockets and connects the second one. `client` is accepted, `phone` fresh.
-    /// Throws std::system_error when the loop cannot watch them; the pair is to be dropped then.
+    /// Takes both sockets: `client` is accepted, `phone` fresh. `start` must follow in the same turn of the
+    /// loop. Throws std::system_error when the loop cannot watch them; they are closed then.
     void adopt(UniqueDescriptor client, UniqueDescriptor phone);
+    /// Connects the second one.
     void start(const SocketAddress* phoneAddress);
 
     /// Ends both sides; neither gets anything more, what is held included. The owner is told as of any end.
@@ -89,24 +89,25 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     TCPDirection& other(const TCPDirection& direction) {
         return &direction == &toPhone_ ? toClient_ : toPhone_;
     }
+    void readable(WatchedSocket& socket) override;
+    void writable(WatchedSocket& socket) override;
     void connected();
-    void received(TCPDirection& direction);
-    void writable(TCPDirection& direction);
+    void receive(TCPDirection& direction);
+    void send(TCPDirection& direction);
     /// Decides what comes next, after anything has happened.
     void proceed();
-    void arm(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination);
+    void waitFor(TCPDirection& direction, WatchedSocket& source, WatchedSocket& destination);
     bool isOver() const;
     void close();
     /// Closes what comes `from` nowhere any more, and else leaves it to be drained.
     void endSending(WatchedSocket& socket, const TCPDirection& from);
-    void waitToDrain(WatchedSocket& socket);
     void drain(WatchedSocket& socket);
     void finishWhenDrained();
-    template <typename Action>
-    void setDeadline(std::chrono::milliseconds limit, Action action);
+    void setDeadline(std::chrono::milliseconds limit);
     void clearDeadline();
+    void deadlineIsOver();
 
-    boost::asio::io_context& loop_;
+    EventLoop& loop_;
     std::weak_ptr<TCPPairOwner> owner_;
     const TCPPairLimits limits_;
     WatchedSocket client_;
@@ -115,10 +116,8 @@ class TCPPair : public std::enable_shared_from_this<TCPPair> {
     TCPDirection toClient_;
     State state_ = State::connecting;
     std::size_t drainedBytes_ = 0;
-    // Only while it is needed: most pairs never have one.
-    std::optional<boost::asio::steady_timer> deadline_;
-    // Which deadline it is: one that has expired can no longer be taken back, only be known as an old one.
-    unsigned deadlineNumber_ = 0;
+    // None while both sides are there.
+    std::optional<EventLoop::Timer> deadline_;
 };
 
 }  // namespace quillbay

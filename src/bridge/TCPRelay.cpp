@@ -9,7 +9,7 @@ namespace quillbay {
 TCPRelay::TCPRelay(NetworkThreads& network, std::string localIP, std::uint16_t localPort,
                    const std::string& remoteHost, std::uint16_t remotePort,
                    std::shared_ptr<RelayAccess> access)
-    : core_(std::make_shared<Core>(network.contextFor(localPort), std::move(localIP), localPort, remoteHost,
+    : core_(std::make_shared<Core>(network.relayLoopFor(localPort), std::move(localIP), localPort, remoteHost,
                                    remotePort, onError, std::move(access))) {}
 
 TCPRelay::~TCPRelay() {

@@ -30,7 +30,7 @@ bool isFailureOfListener(int error) {
 
 }  // namespace
 
-TCPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+TCPRelay::Core::Core(EventLoop& loop, std::string localIP, std::uint16_t localPort,
                      const std::string& remoteHost, std::uint16_t remotePort,
                      const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
     : RelayListener(loop, std::move(localIP), localPort, onError, std::move(access)),
@@ -40,15 +40,9 @@ UniqueDescriptor TCPRelay::Core::open(const std::string& address, std::uint16_t 
     return listenTCP(address, port);
 }
 
-void TCPRelay::Core::listen() {
-    socket().whenReadable([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) static_cast<Core&>(*self).accept();
-    });
-}
-
 void TCPRelay::Core::accept() {
     if (!socket().isOpen()) return;
-    if (parkedClient_.valid() && !serve(std::move(parkedClient_))) return tryLater();
+    if (parkedClient_.valid() && !connect(std::move(parkedClient_))) return tryLater();
     for (int round = 0; round < acceptsPerTurn; ++round) {
         switch (acceptOne()) {
             case Accepted::yes:
@@ -69,7 +63,7 @@ TCPRelay::Core::Accepted TCPRelay::Core::acceptOne() {
     int error = 0;
     UniqueDescriptor client = acceptConnection(socket().get(), error);
     if (client.valid() && !admitsConnection(client.get())) return Accepted::yes;  // and closed
-    if (client.valid()) return serve(std::move(client)) ? Accepted::yes : Accepted::noRoom;
+    if (client.valid()) return connect(std::move(client)) ? Accepted::yes : Accepted::noRoom;
     if (error == EAGAIN || error == EWOULDBLOCK) return Accepted::nobodyWaits;
     if (isShortage(error)) return Accepted::noRoom;
     if (!isFailureOfListener(error)) return Accepted::yes;  // one client that went before it was served
@@ -77,7 +71,7 @@ TCPRelay::Core::Accepted TCPRelay::Core::acceptOne() {
     return Accepted::listenerFailed;
 }
 
-bool TCPRelay::Core::serve(UniqueDescriptor client) {
+bool TCPRelay::Core::connect(UniqueDescriptor client) {
     UniqueDescriptor outbound;
     try {
         outbound =
@@ -100,14 +94,19 @@ bool TCPRelay::Core::serve(UniqueDescriptor client) {
 }
 
 void TCPRelay::Core::tryLater() {
-    retry_ = std::make_unique<boost::asio::steady_timer>(loop(), retryInterval);
-    retry_->async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
+    cancelRetry();
+    retry_ = loop().startTimer(retryInterval, [weak = weak_from_this()] {
         const auto self = weak.lock();
-        if (error || !self) return;
+        if (!self) return;
         auto& core = static_cast<Core&>(*self);
         core.retry_.reset();
         core.accept();
     });
+}
+
+void TCPRelay::Core::cancelRetry() {
+    if (retry_) loop().cancelTimer(*retry_);
+    retry_.reset();
 }
 
 void TCPRelay::Core::pairEnded(TCPPair& /*pair*/) {
@@ -115,11 +114,11 @@ void TCPRelay::Core::pairEnded(TCPPair& /*pair*/) {
 }
 
 void TCPRelay::Core::pairClosed(TCPPair& pair) {
-    pairs_.erase(pair.position);
+    if (!pairs_.empty()) pairs_.erase(pair.position);  // else it was forgotten, with all others
 }
 
 void TCPRelay::Core::cancelConnections() {
-    retry_.reset();
+    cancelRetry();
     parkedClient_.reset();
     const auto pairs = std::exchange(pairs_, {});
     activePairs_ = 0;
@@ -135,7 +134,7 @@ void TCPRelay::Core::endRefusedConnections() {
 }
 
 void TCPRelay::Core::forgetConnections() {
-    retry_.reset();
+    cancelRetry();
     parkedClient_.reset();
     pairs_.clear();
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <boost/asio/steady_timer.hpp>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -18,9 +17,8 @@ namespace quillbay {
 /// The part of a relay that lives on its loop: the listener and the pairs.
 class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
  public:
-    Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
-         const std::string& remoteHost, std::uint16_t remotePort, const RelayErrorCallback& onError,
-         std::shared_ptr<RelayAccess> access);
+    Core(EventLoop& loop, std::string localIP, std::uint16_t localPort, const std::string& remoteHost,
+         std::uint16_t remotePort, const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access);
 
     // Any thread:
     [[nodiscard]] std::int64_t activePairs() const { return activePairs_; }
@@ -30,7 +28,7 @@ class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
 
  private:
     UniqueDescriptor open(const std::string& address, std::uint16_t port) override;
-    void listen() override;
+    void serve() override { accept(); }
     void cancelConnections() override;
     void forgetConnections() override;
     void endRefusedConnections() override;
@@ -39,8 +37,9 @@ class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
     /// What one try to accept and serve a client came to.
     enum class Accepted { yes, nobodyWaits, noRoom, listenerFailed };
     Accepted acceptOne();
-    bool serve(UniqueDescriptor client);
+    bool connect(UniqueDescriptor client);
     void tryLater();
+    void cancelRetry();
 
     // Nothing for a host that is no numeric address: each client then sees its connection closed.
     std::optional<SocketAddress> phone_;
@@ -49,7 +48,7 @@ class TCPRelay::Core final : public RelayListener, public TCPPairOwner {
     // A client that was accepted with the last descriptor there was; it is the first to be served.
     UniqueDescriptor parkedClient_;
     // Only while descriptors are short.
-    std::unique_ptr<boost::asio::steady_timer> retry_;
+    std::optional<EventLoop::Timer> retry_;
 };
 
 }  // namespace quillbay

@@ -15,7 +15,7 @@ namespace quillbay {
 
 namespace {
 
-/// Every watcher's queue lies on the loop of port 0: log lines are few, and one relay loop sees them all.
+/// Every watcher's queue lies on the loop of port 0: log lines are few, and one loop sees them all.
 constexpr std::uint16_t queuePort = 0;
 constexpr const char* queueLabel = "com.local.mirel.Quillbay.tunnel-port-watcher";
 

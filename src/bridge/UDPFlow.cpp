@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "bridge/WatchedSocket.h"
 #include "platform/PrintedError.h"
 
 namespace quillbay {
@@ -22,21 +21,17 @@ bool isPeerGone(int error) {
 }  // namespace
 
 UDPFlow::UDPFlow(const sockaddr_in& client, UniqueDescriptor opened, const SocketAddress& phone,
-                 ReadySockets& watch, std::uint64_t tag)
-    : client_(client), socket_(std::move(opened)), watch_(watch) {
-    if (::connect(socket_.get(), phone.get(), phone.size()) != 0) throw systemError(errno);
-    makeRoomForBursts(socket_.get());
-    watch_.add(socket_.get(), tag);
-}
-
-UDPFlow::~UDPFlow() {
-    watch_.remove(socket_.get());
+                 EventLoop& loop, SocketUser& user)
+    : WatchedSocket(loop, user), client_(client) {
+    if (::connect(opened.get(), phone.get(), phone.size()) != 0) throw systemError(errno);
+    makeRoomForBursts(opened.get());
+    adopt(std::move(opened), SocketEvents::read);
 }
 
 std::size_t UDPFlow::send(std::span<const Datagram> datagrams) {
     std::size_t done = 0;
     while (done < datagrams.size()) {
-        const DatagramCount sent = sendDatagrams(socket_.get(), Directed::yes, datagrams.subspan(done));
+        const DatagramCount sent = sendDatagrams(get(), Directed::yes, datagrams.subspan(done));
         done += sent.count;
         if (sent.error == 0) continue;
         if (isPeerGone(sent.error)) return done;
@@ -46,12 +41,13 @@ std::size_t UDPFlow::send(std::span<const Datagram> datagrams) {
 }
 
 bool UDPFlow::receive(DatagramBatch& batch) {
-    const auto received = batch.receive(socket_.get(), Directed::yes);
+    const auto received = batch.receive(get(), Directed::yes);
     for (Datagram& datagram : received.datagrams)
         datagram.peer = client_;
     if (received.error != 0) return false;
+    wait(SocketEvents::read);
     // A socket that was shut down would be readable for ever.
-    return !received.datagrams.empty() || !receivingIsShutDown(socket_.get());
+    return !received.datagrams.empty() || !receivingIsShutDown(get());
 }
 
 }  // namespace quillbay

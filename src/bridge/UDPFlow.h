@@ -8,22 +8,20 @@
 
 #include "bridge/DatagramBatch.h"
 #include "bridge/SocketAddress.h"
-#include "platform/ReadySockets.h"
+#include "bridge/WatchedSocket.h"
 #include "platform/UniqueDescriptor.h"
 
 namespace quillbay {
 
 /// One client's socket towards the phone. Lives on its relay's loop, in the relay's table, until an error
-/// ends it or the relay forgets it.
-class UDPFlow {
+/// ends it or the relay forgets it. Its user is told when the phone has sent something, or the flow has
+/// failed: `receive` tells which, and has to follow.
+class UDPFlow final : public WatchedSocket {
  public:
-    /// Takes a fresh socket, directs it at the phone, and has `watch` tell of what comes back by the tag.
-    /// Throws std::system_error when that fails. `watch` must outlive it.
-    UDPFlow(const sockaddr_in& client, UniqueDescriptor opened, const SocketAddress& phone,
-            ReadySockets& watch, std::uint64_t tag);
-    ~UDPFlow();
-    UDPFlow(const UDPFlow&) = delete;
-    UDPFlow& operator=(const UDPFlow&) = delete;
+    /// Takes a fresh socket and directs it at the phone. Throws std::system_error when that fails. The loop
+    /// and the user must outlive it.
+    UDPFlow(const sockaddr_in& client, UniqueDescriptor opened, const SocketAddress& phone, EventLoop& loop,
+            SocketUser& user);
 
     /// Sends to the phone, in order; a datagram that finds no room is dropped, as on any network. Returns how
     /// many are done with: less than all of them when the flow is dead.
@@ -37,8 +35,6 @@ class UDPFlow {
 
  private:
     const sockaddr_in client_;
-    const UniqueDescriptor socket_;
-    ReadySockets& watch_;
 };
 
 }  // namespace quillbay

@@ -18,6 +18,7 @@ namespace quillbay {
 namespace {
 
 constexpr int batchesPerTurn = 2;
+constexpr int replyBatchesPerTurn = 8;
 
 bool isFailureOfListener(int error) {
     return error == EBADF || error == EINVAL || error == ENOTSOCK || error == EFAULT || error == ENOTCONN;
@@ -38,7 +39,7 @@ void bringTogether(std::span<Datagram> datagrams) {
 
 }  // namespace
 
-UDPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::uint16_t localPort,
+UDPRelay::Core::Core(EventLoop& loop, std::string localIP, std::uint16_t localPort,
                      const std::string& remoteHost, std::uint16_t remotePort,
                      const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access)
     : RelayListener(loop, std::move(localIP), localPort, onError, std::move(access)),
@@ -46,12 +47,6 @@ UDPRelay::Core::Core(boost::asio::io_context& loop, std::string localIP, std::ui
 
 UniqueDescriptor UDPRelay::Core::open(const std::string& address, std::uint16_t port) {
     return bindUDP(address, port);
-}
-
-void UDPRelay::Core::listen() {
-    socket().whenReadable([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) static_cast<Core&>(*self).receive();
-    });
 }
 
 void UDPRelay::Core::receive() {
@@ -111,8 +106,10 @@ UDPFlow* UDPRelay::Core::flowOf(const sockaddr_in& client) {
     if (!phone_ || !admitsDatagram(client)) return nullptr;
     try {
         UniqueDescriptor opened = withinShare(openSocket(phone_->family(), SOCK_DGRAM), DescriptorUse::flow);
-        if (!replies_) prepareForFlows();
-        const auto made = flows_.try_emplace(key, client, std::move(opened), *phone_, *replies_, key);
+        // Not before: opening thousands of relays that nobody uses would cost as many calls more.
+        if (!std::exchange(hasRoomForBursts_, true)) makeRoomForBursts(socket().get());
+        const auto made = flows_.try_emplace(key, client, std::move(opened), *phone_, loop(),
+                                             static_cast<SocketUser&>(*this));
         flowCount_ = flows_.size();
         return &made.first->second;
     } catch (const std::system_error&) {
@@ -120,23 +117,35 @@ UDPFlow* UDPRelay::Core::flowOf(const sockaddr_in& client) {
     }
 }
 
-void UDPRelay::Core::prepareForFlows() {
-    replies_ = makeReadySockets(loop(), [weak = weak_from_this()](std::span<const std::uint64_t> flows) {
-        if (const auto self = weak.lock()) static_cast<Core&>(*self).passBack(flows);
-    });
-    makeRoomForBursts(socket().get());
+void UDPRelay::Core::readable(WatchedSocket& socket) {
+    if (&socket == &this->socket()) return RelayListener::readable(socket);
+    replying_.push_back(keyOf(static_cast<UDPFlow&>(socket).client()));
+    if (replying_.size() == 1) passBackSoon();
 }
 
-void UDPRelay::Core::passBack(std::span<const std::uint64_t> flows) {
+void UDPRelay::Core::passBackSoon() {
+    loop().atEndOfTurn([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) static_cast<Core&>(*self).passBack();
+    });
+}
+
+void UDPRelay::Core::passBack() {
     DatagramBatch& batch = datagramBatch();
     batch.clear();
-    for (const std::uint64_t key : flows) {
-        const auto flow = flows_.find(key);
+    int batches = 0;
+    auto next = replying_.begin();
+    for (; next != replying_.end() && batches < replyBatchesPerTurn; ++next) {
+        const auto flow = flows_.find(*next);
         if (flow == flows_.end()) continue;
-        if (batch.isFull()) reply(batch);
-        if (!flow->second.receive(batch)) forget(key);
+        if (!flow->second.receive(batch)) forget(*next);
+        if (!batch.isFull()) continue;
+        reply(batch);
+        ++batches;
     }
     reply(batch);
+    replying_.erase(replying_.begin(), next);
+    // The others go on, and the rest is first in the next turn.
+    if (!replying_.empty()) passBackSoon();
 }
 
 void UDPRelay::Core::reply(DatagramBatch& batch) {
@@ -156,7 +165,6 @@ void UDPRelay::Core::forget(std::uint64_t flow) {
 
 void UDPRelay::Core::cancelConnections() {
     flows_.clear();
-    replies_.reset();
     flowCount_ = 0;
 }
 

@@ -2,7 +2,7 @@
 
 #include <poll.h>
 
-#include "platform/PrintedError.h"
+#include <utility>
 
 namespace quillbay {
 
@@ -17,17 +17,26 @@ constexpr short shutDownEvents = 0;
 
 }  // namespace
 
-void WatchedSocket::adopt(UniqueDescriptor socket) {
+void WatchedSocket::adopt(UniqueDescriptor socket, SocketEvents first, const std::shared_ptr<void>& keeper) {
     close();
-    boost::system::error_code error;
-    descriptor_.assign(socket.get(), error);
-    if (error) throw systemError(error.value());
-    static_cast<void>(socket.release());
+    watch_ = loop_.watch(socket.get(), std::shared_ptr<EventLoop::Watcher>(keeper, this), first);
+    socket_ = std::move(socket);
 }
 
 void WatchedSocket::close() {
-    boost::system::error_code ignored;  // a failed close has given the descriptor back nonetheless
-    descriptor_.close(ignored);
+    if (!socket_.valid()) return;  // its owner may be gone from the loop
+    const UniqueDescriptor closed = std::move(socket_);
+    loop_.forget(std::exchange(watch_, 0));
+}
+
+void WatchedSocket::ready(SocketEvents events) {
+    const EventLoop::Watch before = watch_;
+    const bool read = (events & SocketEvents::read) != SocketEvents::none;
+    if ((events & SocketEvents::write) != SocketEvents::none) {
+        user_.writable(*this);
+        if (!read || watch_ != before) return;
+    }
+    if (read) user_.readable(*this);
 }
 
 bool receivingIsShutDown(int socket) {

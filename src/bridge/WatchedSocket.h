@@ -1,59 +1,64 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/basic_stream_descriptor.hpp>
-#include <utility>
+#include <memory>
 
+#include "platform/EventLoop.h"
 #include "platform/UniqueDescriptor.h"
 
 namespace quillbay {
+
+class WatchedSocket;
 
 /// Whether receiving was shut down: the socket is readable from then on, whether or not there is anything to
 /// receive. A stream tells that by its end; a datagram socket has to be asked.
 bool receivingIsShutDown(int socket);
 
+/// Is told of its sockets. May close them meanwhile, and destroy one that it is told to be readable.
+class SocketUser {
+ public:
+    virtual void readable(WatchedSocket& socket) = 0;
+    /// Also at the end of a connect.
+    virtual void writable(WatchedSocket& /*socket*/) {}
+
+ protected:
+    ~SocketUser() = default;
+};
+
 /// Owns a non-blocking socket and tells when it can be read or written. Used on its loop only.
 ///
-/// A wait is for one event and sees what is there already. The handlers of waits that `close` cuts short
-/// never run to their end: they are dropped, with everything that they hold, on the loop.
-class WatchedSocket {
+/// A wait is for one event, and sees what is there already. What is both readable and writable is told to be
+/// writable first.
+class WatchedSocket : private EventLoop::Watcher {
  public:
-    explicit WatchedSocket(boost::asio::io_context& loop) : descriptor_(loop) {}
+    WatchedSocket(EventLoop& loop, SocketUser& user) : loop_(loop), user_(user) {}
+    virtual ~WatchedSocket() { close(); }
+    WatchedSocket(const WatchedSocket&) = delete;
+    WatchedSocket& operator=(const WatchedSocket&) = delete;
 
-    /// Takes over an open socket, after closing the one it had. Throws std::system_error when the loop cannot
+    /// Takes over an open socket, after closing the one it had, and waits for the first events. Until it is
+    /// closed, by `close` or with its loop, `keeper` is held. Throws std::system_error when the loop cannot
     /// watch it; the socket is closed then.
-    void adopt(UniqueDescriptor socket);
+    void adopt(UniqueDescriptor socket, SocketEvents first, const std::shared_ptr<void>& keeper = nullptr);
 
     /// -1 when closed.
-    [[nodiscard]] int get() { return descriptor_.is_open() ? descriptor_.native_handle() : -1; }
-    [[nodiscard]] bool isOpen() const { return descriptor_.is_open(); }
+    [[nodiscard]] int get() const { return socket_.get(); }
+    [[nodiscard]] bool isOpen() const { return socket_.valid(); }
 
+    /// Nothing is told any more. May drop the last that held the keeper, and with it this socket.
     void close();
 
-    template <typename Handler>
-    void whenReadable(Handler handler) {
-        wait(Descriptor::wait_read, std::move(handler));
-    }
-
-    /// Also tells the end of a connect.
-    template <typename Handler>
-    void whenWritable(Handler handler) {
-        wait(Descriptor::wait_write, std::move(handler));
+    void wait(SocketEvents events) { loop_.want(watch_, events); }
+    [[nodiscard]] bool waitsFor(SocketEvents event) const {
+        return (loop_.wanted(watch_) & event) != SocketEvents::none;
     }
 
  private:
-    // The plain executor: the type-erased one makes every waiting operation larger and slower.
-    using Descriptor = boost::asio::posix::basic_stream_descriptor<boost::asio::io_context::executor_type>;
+    void ready(SocketEvents events) override;
 
-    template <typename Handler>
-    void wait(Descriptor::wait_type event, Handler handler) {
-        descriptor_.async_wait(
-            event, [handler = std::move(handler)](const boost::system::error_code& error) mutable {
-                if (!error) handler();
-            });
-    }
-
-    Descriptor descriptor_;
+    EventLoop& loop_;
+    SocketUser& user_;
+    UniqueDescriptor socket_;
+    EventLoop::Watch watch_ = 0;
 };
 
 }  // namespace quillbay

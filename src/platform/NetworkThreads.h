@@ -10,14 +10,19 @@
 
 namespace quillbay {
 
-/// The threads on which all sockets live, one loop each.
+class EventLoop;
+class EventLoopThread;
+
+/// The threads on which all sockets live, one loop each: those of the relays on event loops, which are made
+/// for many sockets under load, and everything else on Asio's.
 ///
-/// A port always maps to the same loop. So everything about one port, over the lifetimes of the relays that
-/// come and go on it, happens in the order in which it was asked for: a relay that is stopped has closed its
-/// socket before the next one binds the same port.
+/// A port always maps to the same loop of each kind. So everything about one port, over the lifetimes of the
+/// relays that come and go on it, happens in the order in which it was asked for: a relay that is stopped has
+/// closed its socket before the next one binds the same port.
 class NetworkThreads {
  public:
-    /// `count` 0 means one thread per core.
+    /// So many of each kind; `count` 0 means one per core. Throws std::system_error when the system has no
+    /// descriptors or no threads for them.
     explicit NetworkThreads(unsigned count = 0);
 
     /// Ends the threads. Pending operations are dropped without their handlers being run.
@@ -33,10 +38,13 @@ class NetworkThreads {
 
     [[nodiscard]] std::size_t count() const { return threads_.size(); }
 
-    /// The loop of a port.
+    /// The loop of a port's relays.
+    EventLoop& relayLoopFor(std::uint16_t port);
+
+    /// Asio's loop of a port.
     boost::asio::io_context& contextFor(std::uint16_t port);
 
-    /// A labelled queue on the loop of a port.
+    /// A labelled queue on Asio's loop of a port.
     SerialQueue queueFor(std::uint16_t port, std::string label);
 
     /// Waits until everything that was posted to every loop before this call has run. For tests.
@@ -44,6 +52,7 @@ class NetworkThreads {
 
  private:
     std::vector<std::unique_ptr<WorkerThread>> threads_;
+    std::vector<std::unique_ptr<EventLoopThread>> relayThreads_;
 };
 
 }  // namespace quillbay

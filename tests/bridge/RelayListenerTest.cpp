@@ -81,7 +81,7 @@ TYPED_TEST(RelayListenerTest, blocking_start_times_out_and_stores_nothing_when_t
     const auto relay = this->relayOn(0);
     const std::size_t before = test::openDescriptors();
     {
-        const test::BlockedLoop blocked(this->network->contextFor(0));
+        const test::BlockedLoop blocked(this->network->relayLoopFor(0));
         try {
             relay->startBlocking(50ms);
             ADD_FAILURE() << "started";
@@ -130,7 +130,7 @@ TYPED_TEST(RelayListenerTest, a_start_that_is_stopped_before_it_happens_does_not
     const auto relay = this->relayOn(0);
     const std::size_t before = test::openDescriptors();
     {
-        const test::BlockedLoop blocked(this->network->contextFor(0));
+        const test::BlockedLoop blocked(this->network->relayLoopFor(0));
         relay->start();
         relay->stop();
     }
@@ -143,7 +143,7 @@ TYPED_TEST(RelayListenerTest, blocking_start_after_stop_fails_at_once) {
     const auto relay = this->relayOn(0);
     relay->stop();
     // At once also means without the loop.
-    const test::BlockedLoop blocked(this->network->contextFor(0));
+    const test::BlockedLoop blocked(this->network->relayLoopFor(0));
     const auto begin = std::chrono::steady_clock::now();
     try {
         relay->startBlocking(test::patience);
@@ -159,7 +159,7 @@ TYPED_TEST(RelayListenerTest, blocking_start_that_is_stopped_while_it_waits_fail
     std::atomic<pid_t> thread = 0;
     std::future<void> start;
     {
-        const test::BlockedLoop blocked(this->network->contextFor(0));
+        const test::BlockedLoop blocked(this->network->relayLoopFor(0));
         start = std::async(std::launch::async, [&] {
             thread = ::gettid();
             relay->startBlocking(3 * test::patience);
@@ -232,7 +232,7 @@ class FailingListener final : public RelayListener {
     UniqueDescriptor open(const std::string& address, std::uint16_t port) override {
         return bindUDP(address, port);
     }
-    void listen() override {}
+    void serve() override {}
     void cancelConnections() override {}
     void forgetConnections() override {}
     void endRefusedConnections() override {}
@@ -243,13 +243,13 @@ class FailingListener final : public RelayListener {
 class StoppedListener : public ::testing::TestWithParam<void (RelayListener::*)()> {};
 
 TEST_P(StoppedListener, that_fails_before_its_loop_has_closed_it_reports_nothing) {
-    boost::asio::io_context loop;
+    EventLoop loop;
     RelayErrorCallback onError;
     std::string reports;
     onError = [&](const std::exception_ptr& error) { reports += printedError(error) + ";"; };
     const auto listener = std::make_shared<FailingListener>(loop, "127.0.0.1", std::uint16_t{0}, onError);
     listener->start();
-    loop.poll();
+    loop.turn();
     listener->failNow();
     EXPECT_EQ(reports, "POSIXErrorCode(rawValue: 100): Network is down;");
     (listener.get()->*GetParam())();

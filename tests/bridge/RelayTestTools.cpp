@@ -6,8 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -248,9 +246,9 @@ int breakListeners(std::uint16_t port) {
     });
 }
 
-BlockedLoop::BlockedLoop(boost::asio::io_context& loop) {
+BlockedLoop::BlockedLoop(EventLoop& loop) {
     std::promise<void> begun;
-    boost::asio::post(loop, [&begun, released = release_.get_future().share(), this] {
+    loop.post([&begun, released = release_.get_future().share(), this] {
         begun.set_value();
         released.wait();
         ended_.set_value();
@@ -263,14 +261,8 @@ BlockedLoop::~BlockedLoop() {
     ended_.get_future().wait();
 }
 
-void warmUp(NetworkThreads& network) {
-    for (std::size_t port = 0; port < network.count(); ++port)
-        const boost::asio::steady_timer first(network.contextFor(static_cast<std::uint16_t>(port)));
-}
-
 void RelayTest::SetUp() {
     network = std::make_unique<NetworkThreads>(2);
-    warmUp(*network);
     descriptorsBefore_ = openDescriptors();
 }
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/EventLoop.h"
 #include "platform/NetworkThreads.h"
 #include "platform/UniqueDescriptor.h"
 
@@ -88,10 +89,10 @@ int shutDownSockets(const std::function<bool(int fd)>& which);
 /// The listening or unconnected ones that are bound to a port of 127.0.0.1.
 int breakListeners(std::uint16_t port);
 
-/// Keeps one network thread busy until it is destroyed.
+/// Keeps the thread of a relay loop busy until it is destroyed.
 class BlockedLoop {
  public:
-    explicit BlockedLoop(boost::asio::io_context& loop);
+    explicit BlockedLoop(EventLoop& loop);
     ~BlockedLoop();
 
  private:
@@ -99,10 +100,7 @@ class BlockedLoop {
     std::promise<void> ended_;
 };
 
-/// Has each loop open the descriptors of its own that it opens with its first timer or socket.
-void warmUp(NetworkThreads& network);
-
-/// Two network threads, and a look at the end whether every descriptor was given back.
+/// Two threads of each kind, and a look at the end whether every descriptor was given back.
 class RelayTest : public ::testing::Test {
  protected:
     void SetUp() override;

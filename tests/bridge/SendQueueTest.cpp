@@ -5,7 +5,6 @@
 #include <sys/uio.h>
 
 #include <array>
-#include <boost/asio/io_context.hpp>
 #include <string>
 
 #include "bridge/RelayTestTools.h"
@@ -61,8 +60,8 @@ class TCPDirectionTest : public ::testing::Test {
         int right[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, left), 0);
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, right), 0);
-        source.adopt(UniqueDescriptor(left[0]));
-        destination.adopt(UniqueDescriptor(right[0]));
+        source.adopt(UniqueDescriptor(left[0]), SocketEvents::none);
+        destination.adopt(UniqueDescriptor(right[0]), SocketEvents::none);
         sender.reset(left[1]);
         receiver.reset(right[1]);
     }
@@ -99,9 +98,12 @@ class TCPDirectionTest : public ::testing::Test {
         }
     }
 
-    boost::asio::io_context loop;
-    WatchedSocket source{loop};
-    WatchedSocket destination{loop};
+    struct Nobody final : SocketUser {
+        void readable(WatchedSocket& /*socket*/) override {}
+    } nobody;
+    EventLoop loop;
+    WatchedSocket source{loop, nobody};
+    WatchedSocket destination{loop, nobody};
     UniqueDescriptor sender;
     UniqueDescriptor receiver;
     TCPDirection direction{source, destination};

@@ -24,10 +24,6 @@ class TCPPairTest : public ::testing::Test, public TCPPairOwner {
     void pairClosed(TCPPair& /*pair*/) override { ++closed; }
 
  protected:
-    void SetUp() override {
-        const boost::asio::steady_timer first(loop);  // has the loop open the descriptors of its own
-    }
-
     static constexpr int littleBytes = 4096;
     // More than the kernel takes on its way to a phone that reads nothing, less than the pair holds.
     static constexpr std::size_t sentBytes = 600'000;
@@ -67,10 +63,7 @@ class TCPPairTest : public ::testing::Test, public TCPPairOwner {
         return bytes;
     }
 
-    std::size_t turn() {
-        loop.restart();
-        return loop.poll();
-    }
+    void turn() { loop.turn(); }
 
     /// What has come, without a turn.
     std::string available() {
@@ -101,7 +94,7 @@ class TCPPairTest : public ::testing::Test, public TCPPairOwner {
         return all;
     }
 
-    boost::asio::io_context loop;
+    EventLoop loop;
     std::shared_ptr<int> alive = std::make_shared<int>();
     const PhoneService phone{16, littleBytes};
     Peer client;

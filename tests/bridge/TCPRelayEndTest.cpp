@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bridge/RelayTestTools.h"
+#include "bridge/TCPDirection.h"
 #include "bridge/TCPRelay.h"
 #include "platform/Sockets.h"
 
@@ -246,11 +247,8 @@ TEST_F(TCPRelayEnd, a_slow_phone_slows_its_sender_down_within_bounded_memory_and
     }
 }
 
-TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_hangs_up) {
-    const PhoneService phone(16, 4096);
-    const auto relay = relayTo(phone.port());
-    Peer client = Peer::tcpTo(relay->boundPort());
-    const Peer server = phone.accept();
+/// Sends until nothing more is taken; returns how much was.
+std::size_t fillUp(const Peer& client) {
     const std::string block = pattern(256 * 1024);
     std::size_t sent = 0;
     for (;;) {
@@ -260,11 +258,34 @@ TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_h
             continue;
         }
         // Full for a while means full for good.
-        const auto before = sent;
         if (!eventually([&] { return ::send(client.fd(), "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1; }, 300ms))
-            break;
-        sent = before + 1;
+            return sent;
+        ++sent;
     }
+}
+
+TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_is_reset) {
+    const PhoneService phone(16, 4096);
+    const auto relay = relayTo(phone.port());
+    Peer client = Peer::tcpTo(relay->boundPort());
+    const Peer server = phone.accept();
+    const std::size_t sent = fillUp(client);
+    client.reset();
+    const auto used = test::processorTime();
+    std::this_thread::sleep_for(1s);
+    EXPECT_LT(test::processorTime() - used, 100ms);
+    // What had reached the relay before is delivered all the same.
+    const std::string received = server.receive(sent);
+    EXPECT_GE(received.size(), TCPDirection::heldLimitBytes);
+    EXPECT_EQ(server.end(), Peer::End::closed);
+}
+
+TEST_F(TCPRelayEnd, a_reader_that_waits_for_room_does_not_spin_when_its_sender_hangs_up) {
+    const PhoneService phone(16, 4096);
+    const auto relay = relayTo(phone.port());
+    Peer client = Peer::tcpTo(relay->boundPort());
+    const Peer server = phone.accept();
+    const std::size_t sent = fillUp(client);
     client.endSending();
     const auto used = test::processorTime();
     std::this_thread::sleep_for(1s);

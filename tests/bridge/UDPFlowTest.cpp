@@ -20,12 +20,16 @@ DatagramCount oneDatagramAndAnError(int /*socket*/, Directed /*directed*/, std::
     return {1, ECONNREFUSED};
 }
 
+struct Nobody final : SocketUser {
+    void readable(WatchedSocket& /*socket*/) override {}
+};
+
 TEST(UDPFlow, an_error_behind_a_reply_ends_the_flow_and_the_reply_goes_to_the_client) {
-    boost::asio::io_context loop;
-    const auto watch = makeReadySockets(loop, [](std::span<const std::uint64_t>) {});
+    EventLoop loop;
+    Nobody user;
     const sockaddr_in client = ipv4Endpoint("192.0.2.7", 4321);
-    UDPFlow flow(client, openSocket(AF_INET, SOCK_DGRAM), *SocketAddress::numeric("127.0.0.1", 49'152),
-                 *watch, 1);
+    UDPFlow flow(client, openSocket(AF_INET, SOCK_DGRAM), *SocketAddress::numeric("127.0.0.1", 49'152), loop,
+                 user);
     DatagramBatch batch(oneDatagramAndAnError);
     EXPECT_FALSE(flow.receive(batch));
     ASSERT_THAT(batch.datagrams(), testing::SizeIs(1));

@@ -35,7 +35,7 @@ TEST_F(UDPRelayBurst, keeps_each_clients_order_when_the_datagrams_of_many_wait_t
         clients.push_back(Peer::udpTo(relay->boundPort()));
     std::map<std::string, std::vector<std::string>> sent;
     {
-        const test::BlockedLoop blocked(network->contextFor(relay->boundPort()));
+        const test::BlockedLoop blocked(network->relayLoopFor(relay->boundPort()));
         for (int round = 0; round < 16; ++round) {
             for (std::size_t i = 0; i < clients.size(); ++i) {
                 const std::string text = std::to_string(i) + " " + std::to_string(round);
@@ -65,7 +65,7 @@ TEST_F(UDPRelayBurst, replies_that_wait_together_reach_their_clients_whole_and_i
     // More than one batch, some of one size in a row and some not, empty ones among them.
     const std::vector<std::size_t> sizes{1200, 1200, 1200, 7, 0, 1200, 1201, 3000, 64, 64, 64, 0, 63, 64};
     {
-        const test::BlockedLoop blocked(network->contextFor(relay->boundPort()));
+        const test::BlockedLoop blocked(network->relayLoopFor(relay->boundPort()));
         for (std::size_t i = 0; i < sizes.size(); ++i) {
             for (std::size_t j = 0; j < flows.size(); ++j)
                 EXPECT_TRUE(phone.sendTo(flows[j], pattern(sizes[i], static_cast<unsigned>(10 * i + j))));
@@ -78,13 +78,40 @@ TEST_F(UDPRelayBurst, replies_that_wait_together_reach_their_clients_whole_and_i
     }
 }
 
+TEST_F(UDPRelayBurst, more_replies_than_one_turn_sends_all_reach_their_clients) {
+    const Peer phone = Peer::udpBound();
+    const auto relay = relayTo(phone.localPort());
+    std::vector<Peer> clients;
+    std::vector<std::uint16_t> flows(30);
+    for (std::uint16_t& flow : flows) {
+        clients.push_back(Peer::udpTo(relay->boundPort()));
+        EXPECT_TRUE(clients.back().send("hello"));
+        EXPECT_EQ(phone.datagramFrom(flow), "hello");
+    }
+    constexpr unsigned each = 20;
+    {
+        const test::BlockedLoop blocked(network->relayLoopFor(relay->boundPort()));
+        for (unsigned i = 0; i < each; ++i)
+            for (const std::uint16_t flow : flows)
+                EXPECT_TRUE(phone.sendTo(flow, std::to_string(flow) + " " + std::to_string(i)));
+    }
+    for (unsigned i = 0; i < each; ++i)
+        for (std::size_t j = 0; j < flows.size(); ++j)
+            EXPECT_EQ(clients[j].datagram(), std::to_string(flows[j]) + " " + std::to_string(i));
+    // And none of them is deaf now.
+    for (std::size_t j = 0; j < flows.size(); ++j) {
+        EXPECT_TRUE(phone.sendTo(flows[j], "again"));
+        EXPECT_EQ(clients[j].datagram(), "again");
+    }
+}
+
 TEST_F(UDPRelayBurst, a_burst_of_one_size_is_passed_on_as_the_datagrams_that_it_was) {
     const Peer phone = Peer::udpBound();
     const auto relay = relayTo(phone.localPort());
     const Peer client = Peer::udpTo(relay->boundPort());
     constexpr unsigned count = 40;  // more than one batch
     {
-        const test::BlockedLoop blocked(network->contextFor(relay->boundPort()));
+        const test::BlockedLoop blocked(network->relayLoopFor(relay->boundPort()));
         for (unsigned i = 0; i < count; ++i)
             EXPECT_TRUE(client.send(i == 5 ? "" : pattern(1200, i)));
     }
@@ -101,7 +128,7 @@ TEST_F(UDPRelayBurst, a_burst_to_a_port_that_nobody_has_is_dropped_and_the_next_
     const Peer client = Peer::udpTo(relay->boundPort());
     phone.reset();
     {
-        const test::BlockedLoop blocked(network->contextFor(relay->boundPort()));
+        const test::BlockedLoop blocked(network->relayLoopFor(relay->boundPort()));
         for (unsigned i = 0; i < 40; ++i)
             EXPECT_TRUE(client.send(pattern(10 + i % 7, i)));
     }

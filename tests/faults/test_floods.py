@@ -102,7 +102,8 @@ def test_the_log_names_every_port(lab, phone, agent):
                "the last port has been dealt with")
     assert status_of(lab) == ("on", None)
     assert resources.pss(lab.mac, pid) < 200 * MIB
-    assert resources.processor_share(lab.mac, pid) < 0.1
+    # The lines about those that could not be opened come from two threads, and the last port's is not the last of them.
+    wait_until(lambda: resources.processor_share(lab.mac, pid) < 0.1, 20, "all is written, and it rests")
     terminal = Terminal(lab)
     assert terminal.run("stop", phone.name, limit_seconds=5).code == 0
     assert terminal.run("start", phone.name).code == 0

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fakes/ProcessResources.h"
+#include "platform/EventLoop.h"
 
 namespace quillbay {
 namespace {
@@ -46,6 +47,34 @@ TEST_F(NetworkThreadsTest, neighbouring_ports_are_spread_over_all_loops) {
     for (std::uint16_t port = 49152; port < 49155; ++port)
         threads.insert(threadOf(network.queueFor(port, "")));
     EXPECT_EQ(threads.size(), 3U);
+}
+
+TEST_F(NetworkThreadsTest, the_relays_of_a_port_always_have_the_same_loop_and_neighbours_have_others) {
+    NetworkThreads network(3);
+    std::set<std::thread::id> threads;
+    for (std::uint16_t port = 49152; port < 49155; ++port) {
+        EventLoop& loop = network.relayLoopFor(port);
+        EXPECT_EQ(&loop, &network.relayLoopFor(static_cast<std::uint16_t>(port + 3)));
+        std::promise<std::thread::id> thread;
+        loop.post([&] { thread.set_value(std::this_thread::get_id()); });
+        threads.insert(thread.get_future().get());
+    }
+    EXPECT_EQ(threads.size(), 3U);
+}
+
+TEST_F(NetworkThreadsTest, what_a_relay_loop_was_to_do_goes_when_the_threads_do) {
+    const auto owned = std::make_shared<int>();
+    std::atomic<bool> ran = false;
+    {
+        NetworkThreads network(1);
+        const SerialQueue queue = network.queueFor(0, "");
+        network.stop();
+        // What waits on one kind of loop may own what belongs to the other.
+        network.relayLoopFor(0).post([&ran, owned, queue] { ran = true; });
+        EXPECT_EQ(owned.use_count(), 2);
+    }
+    EXPECT_EQ(owned.use_count(), 1);
+    EXPECT_FALSE(ran);
 }
 
 TEST_F(NetworkThreadsTest, has_a_thread_per_core_by_default) {
