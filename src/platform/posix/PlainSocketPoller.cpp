@@ -1,5 +1,6 @@
 #include "platform/posix/PlainSocketPoller.h"
 
+#include <array>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/basic_stream_descriptor.hpp>
@@ -83,14 +84,15 @@ class AsioPoller final : public SocketPoller {
     };
 
     void watch(const std::shared_ptr<Member>& member) {
-        for (const auto& [event, wait] : {std::pair(SocketEvents::read, Descriptor::wait_read),
-                                          std::pair(SocketEvents::write, Descriptor::wait_write)}) {
+        static constexpr std::array kinds{std::pair(SocketEvents::read, Descriptor::wait_read),
+                                          std::pair(SocketEvents::write, Descriptor::wait_write)};
+        for (const auto& [event, wait] : kinds) {
             if ((without(member->events, member->asked) & event) == SocketEvents::none) continue;
             member->asked = member->asked | event;
             member->descriptor.async_wait(wait, [this, held = std::weak_ptr<Member>(member),
-                                                 event = event](const boost::system::error_code& error) {
+                                                 which = event](const boost::system::error_code& error) {
                 const auto mine = held.lock();
-                if (!error && mine) tell(mine, event);
+                if (!error && mine) tell(mine, which);
             });
         }
     }
