@@ -21,7 +21,7 @@ class SocketUser {
     virtual void writable(WatchedSocket& /*socket*/) {}
 
  protected:
-    ~SocketUser() = default;
+    virtual ~SocketUser() = default;
 };
 
 /// Owns a non-blocking socket and tells when it can be read or written. Used on its loop only.

@@ -1,6 +1,5 @@
 #include "platform/EventLoop.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -17,7 +16,6 @@ namespace quillbay {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 /// Writes down what it is told, and then does what it is for.
 struct Told final : EventLoop::Watcher {
