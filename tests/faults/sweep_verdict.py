@@ -44,12 +44,23 @@ def complaints_about(stage, seen, log=nothing_named, case=None):
         time.sleep(0.05)
     if dead:
         complaints.append(f"dead ports that no line names: {dead}")
-    # One that has just ended is waited for at any moment; that none stays is looked at in the end.
-    children = [child for child in stage.children() if child != "(ended)"]
-    lines = log()
-    if len(children) != _CHILDREN_OF_A_BRIDGE and not any(_FOLLOWED in line for line in lines):
+    # One that has just ended is waited for at any moment; that none stays is looked at in the end. And one that has just
+    # begun has no command line yet.
+    children, lines = living_children(stage), log()
+    while len(children) < _CHILDREN_OF_A_BRIDGE and not names_the_follower(lines) and time.monotonic() < deadline:
+        time.sleep(0.05)
+        children, lines = living_children(stage), log()
+    if len(children) != _CHILDREN_OF_A_BRIDGE and not names_the_follower(lines):
         complaints.append(f"children: {children}")
     return complaints + (misnamed(lines, _UNFOLLOWED, case) if case else [])
+
+
+def names_the_follower(lines):
+    return any(_FOLLOWED in line for line in lines)
+
+
+def living_children(stage):
+    return [child for child in stage.children() if child != "(ended)"]
 
 
 def is_named(kind, port, lines):
