@@ -27,7 +27,7 @@ class RelayListener : public std::enable_shared_from_this<RelayListener>, protec
     /// Without `access`, everybody may use it.
     RelayListener(EventLoop& loop, std::string localIP, std::uint16_t localPort,
                   const RelayErrorCallback& onError, std::shared_ptr<RelayAccess> access = nullptr);
-    virtual ~RelayListener() = default;
+    ~RelayListener() override = default;
     RelayListener(const RelayListener&) = delete;
     RelayListener& operator=(const RelayListener&) = delete;
 

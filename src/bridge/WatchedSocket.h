@@ -16,12 +16,10 @@ bool receivingIsShutDown(int socket);
 /// Is told of its sockets. May close them meanwhile, and destroy one that it is told to be readable.
 class SocketUser {
  public:
+    virtual ~SocketUser() = default;
     virtual void readable(WatchedSocket& socket) = 0;
     /// Also at the end of a connect.
     virtual void writable(WatchedSocket& /*socket*/) {}
-
- protected:
-    virtual ~SocketUser() = default;
 };
 
 /// Owns a non-blocking socket and tells when it can be read or written. Used on its loop only.
